@@ -1,0 +1,458 @@
+#include "colour/ColourAnalysis.h"
+
+#include "TestBitmaps.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <optional>
+#include <string>
+
+using namespace kelp::colour;
+using kelp::colour::test::Rgba;
+using kelp::colour::test::RgbaImage;
+using kelp::colour::test::RgbImage;
+
+namespace {
+
+std::uint32_t keyOf(int r, int g, int b)
+{
+    return (static_cast<std::uint32_t>(b) * 27011u + static_cast<std::uint32_t>(g) * 30013u +
+            static_cast<std::uint32_t>(r) * 33023u) %
+           65536u;
+}
+
+// A spectrum record built from L*u*v*, finished the way the spectrum finishes its records.
+HclColor record(double L, double u, double v, std::uint64_t quantity)
+{
+    HclColor c;
+    c.L = L;
+    c.u = u;
+    c.v = v;
+    c.alpha = 1.0;
+    c.quantity = quantity;
+    const Colour lch = luvToLch({L, u, v, 1.0});
+    c.hue = hueDegrees(lch[2]);
+    c.chroma = lch[1] / 100.0;
+    c.lightness = L / 100.0;
+    return c;
+}
+
+std::vector<HclColor> spectrumOf(std::initializer_list<HclColor> records)
+{
+    std::vector<HclColor> spectrum(kSpectrumSize);
+    std::size_t at = 0;
+    for (const HclColor &r : records)
+        spectrum[at++ * 7] = r; // spread out; the merge sorts first anyway
+    return spectrum;
+}
+
+std::size_t nonEmpty(const std::vector<HclColor> &spectrum)
+{
+    std::size_t n = 0;
+    for (const HclColor &c : spectrum)
+        n += c.empty() ? 0 : 1;
+    return n;
+}
+
+} // namespace
+
+TEST(ColourHistogram, AlphaIsSummedThenTruncated)
+{
+    RgbaImage image(4, 4);               // transparent
+    image.set(0, 0, {200, 10, 10, 128}); // one pixel of half alpha: weight 128 / 255 = 0
+    image.set(1, 1, {10, 200, 10, 200}); // two pixels: 400 / 255 = 1
+    image.set(2, 1, {10, 200, 10, 200});
+    image.set(3, 3, {10, 10, 200, 255}); // one opaque pixel: 1
+    const auto histogram = colourHistogram(image.bitmap());
+    ASSERT_EQ(histogram.size(), 3u);
+    for (const HistogramEntry &e : histogram) {
+        EXPECT_EQ(e.alpha, 255);
+        if (e.red == 200)
+            EXPECT_EQ(e.weight, 0u);
+        else
+            EXPECT_EQ(e.weight, 1u);
+    }
+    // The weight-0 colour does not reach the spectrum.
+    const auto spectrum = colourSpectrum(histogram);
+    std::uint64_t total = 0;
+    for (const HclColor &c : spectrum)
+        total += c.quantity;
+    EXPECT_EQ(total, 2u);
+}
+
+TEST(ColourHistogram, OpaqueBitmapCountsPixels)
+{
+    const RgbImage image(5, 3, 12, 34, 56);
+    const auto histogram = colourHistogram(image.bitmap());
+    ASSERT_EQ(histogram.size(), 1u);
+    EXPECT_EQ(histogram[0].weight, 15u);
+    EXPECT_EQ(histogram[0].red, 12);
+    EXPECT_EQ(histogram[0].green, 34);
+    EXPECT_EQ(histogram[0].blue, 56);
+}
+
+TEST(ColourHistogram, PremultipliedBytesAreUsedAsStored)
+{
+    RgbaImage image(2, 1, {0, 0, 0, 0}, /*premultiplied=*/true);
+    image.set(0, 0, {100, 50, 0, 255});
+    image.set(1, 0, {50, 25, 0, 128}); // the same colour at half alpha, premultiplied
+    const auto histogram = colourHistogram(image.bitmap());
+    EXPECT_EQ(histogram.size(), 2u);
+}
+
+TEST(ColourHistogram, FullyTransparentBitmapHasNoColours)
+{
+    const RgbaImage image(8, 8);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(colourHistogram(image.bitmap()).empty());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nzero colors specified for histogram");
+
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(colourSpectrum(image.bitmap()).empty());
+    EXPECT_TRUE(dominantColours(image.bitmap(), 6, 0.14, 0.02, 50.0).empty());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nzero colors specified for histogram\nzero colors specified for histogram");
+}
+
+TEST(ColourHistogram, UnsupportedBitmapFailsSilently)
+{
+    RgbaImage image(2, 2, {1, 2, 3, 255});
+    Bitmap b = image.bitmap();
+    b.colourModel = ColourModel::CMYK;
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(colourHistogram(b).empty());
+    EXPECT_TRUE(dominantColours(b, 6, 0.14, 0.02, 50.0).empty());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ColourHistogram, EntriesInBucketOrderThenMostRecentFirst)
+{
+    // Pure primaries land in buckets 27011 (blue), 30013 (green) and 33023 (red).
+    RgbaImage image(3, 1);
+    image.set(0, 0, {1, 0, 0, 255});
+    image.set(1, 0, {0, 1, 0, 255});
+    image.set(2, 0, {0, 0, 1, 255});
+    auto histogram = colourHistogram(image.bitmap());
+    ASSERT_EQ(histogram.size(), 3u);
+    EXPECT_EQ(histogram[0].blue, 1);
+    EXPECT_EQ(histogram[1].green, 1);
+    EXPECT_EQ(histogram[2].red, 1);
+
+    // Two colours sharing a bucket: the one met last comes first. Pixels are met column by
+    // column, so (0, 1) is met before (1, 0).
+    std::optional<Rgba> partner;
+    for (int r = 1; r < 256 && !partner; ++r)
+        for (int g = 0; g < 256 && !partner; ++g)
+            for (int b = 0; b < 256 && !partner; ++b)
+                if (keyOf(r, g, b) == keyOf(0, 0, 0))
+                    partner = Rgba{static_cast<std::uint8_t>(r), static_cast<std::uint8_t>(g),
+                                   static_cast<std::uint8_t>(b), 255};
+    ASSERT_TRUE(partner);
+    RgbaImage collide(2, 2);
+    collide.set(0, 1, {0, 0, 0, 255});
+    collide.set(1, 0, *partner);
+    histogram = colourHistogram(collide.bitmap());
+    ASSERT_EQ(histogram.size(), 2u);
+    EXPECT_EQ(histogram[0].red, partner->r);
+    EXPECT_EQ(histogram[1].red, 0);
+}
+
+TEST(ColourHistogram, GreyBitmapsKeyByGreyByte)
+{
+    // One sample per pixel, no alpha: entries in grey-value order.
+    const std::uint8_t grey[] = {200, 10, 200, 90, 10, 10};
+    Bitmap b;
+    b.pixelsWide = 3;
+    b.pixelsHigh = 2;
+    b.samplesPerPixel = 1;
+    b.bitsPerPixel = 8;
+    b.bytesPerRow = 3;
+    b.hasAlpha = false;
+    b.colourModel = ColourModel::Gray;
+    b.data = grey;
+    auto histogram = colourHistogram(b);
+    ASSERT_EQ(histogram.size(), 3u);
+    EXPECT_EQ(histogram[0].red, 10);
+    EXPECT_EQ(histogram[0].green, 10);
+    EXPECT_EQ(histogram[0].blue, 10);
+    EXPECT_EQ(histogram[0].weight, 3u);
+    EXPECT_EQ(histogram[1].red, 90);
+    EXPECT_EQ(histogram[2].red, 200);
+    EXPECT_EQ(histogram[2].weight, 2u);
+
+    // Grey and alpha, alpha first.
+    const std::uint8_t greyAlpha[] = {255, 40, 0, 99, 255, 40, 128, 40};
+    b.pixelsWide = 4;
+    b.pixelsHigh = 1;
+    b.samplesPerPixel = 2;
+    b.bitsPerPixel = 16;
+    b.bytesPerRow = 8;
+    b.hasAlpha = true;
+    b.bitmapFormat = AlphaFirst;
+    b.data = greyAlpha;
+    histogram = colourHistogram(b);
+    ASSERT_EQ(histogram.size(), 1u); // the transparent 99 is skipped
+    EXPECT_EQ(histogram[0].red, 40);
+    EXPECT_EQ(histogram[0].weight, (255u + 255u + 128u) / 255u);
+}
+
+TEST(ColourHistogram, PlanarRgbReadsEachPlane)
+{
+    const std::uint8_t red[] = {255, 255, 0, 0};
+    const std::uint8_t green[] = {0, 0, 0, 0};
+    const std::uint8_t blue[] = {0, 0, 255, 255};
+    Bitmap b;
+    b.pixelsWide = 2;
+    b.pixelsHigh = 2;
+    b.samplesPerPixel = 3;
+    b.bitsPerPixel = 8;
+    b.bytesPerRow = 2;
+    b.hasAlpha = false;
+    b.isPlanar = true;
+    b.numberOfPlanes = 3;
+    b.colourModel = ColourModel::RGB;
+    b.data = red;
+    b.planes = {red, green, blue, nullptr, nullptr};
+    const auto histogram = colourHistogram(b);
+    ASSERT_EQ(histogram.size(), 2u);
+    for (const HistogramEntry &e : histogram) {
+        EXPECT_EQ(e.weight, 2u);
+        EXPECT_EQ(e.green, 0);
+        EXPECT_NE(e.red, e.blue);
+    }
+}
+
+TEST(ColourSpectrum, OneColourFillsOneBin)
+{
+    // Pure red: hue 12.18 degrees (colorjs.io, from the same 2.2-linearised values).
+    const RgbImage image(10, 10, 255, 0, 0);
+    const auto spectrum = colourSpectrum(image.bitmap());
+    ASSERT_EQ(spectrum.size(), 361u);
+    EXPECT_EQ(nonEmpty(spectrum), 1u);
+    const HclColor &c = spectrum[12];
+    EXPECT_EQ(c.quantity, 100u);
+    EXPECT_EQ(c.alpha, 1.0);
+    EXPECT_NEAR(c.hue, 12.1770506301, 1e-2);
+    EXPECT_NEAR(c.chroma, 1.79038096924, 2e-4);
+    EXPECT_NEAR(c.lightness, 0.532371155954, 1e-4);
+    EXPECT_EQ(spectrum[360].alpha, 0.0); // empty records stay all zero
+    EXPECT_EQ(spectrum[360].hue, 0.0);
+}
+
+TEST(ColourSpectrum, BlackIsGreyAndWhiteIsNot)
+{
+    const auto black = colourSpectrum(RgbImage(2, 2, 0, 0, 0).bitmap());
+    ASSERT_EQ(black.size(), 361u);
+    EXPECT_EQ(black[kGreyBin].quantity, 4u);
+    EXPECT_EQ(black[kGreyBin].lightness, 0.0);
+    EXPECT_EQ(nonEmpty(black), 1u);
+
+    // White's chroma is tiny but the grey threshold at full lightness is just below zero, and
+    // its hue bin is (close to) 0.
+    const auto white = colourSpectrum(RgbImage(2, 2, 255, 255, 255).bitmap());
+    ASSERT_EQ(white.size(), 361u);
+    EXPECT_EQ(white[kGreyBin].quantity, 0u);
+    EXPECT_EQ(nonEmpty(white), 1u);
+    for (const HclColor &c : white)
+        if (!c.empty()) {
+            EXPECT_NEAR(c.lightness, 1.0, 1e-7); // the matrix maps white to Y = 1.0000001
+            EXPECT_LT(c.chroma, 0.001);
+        }
+
+    // A mid grey is grey: its chroma is far below 0.0096.
+    const auto grey = colourSpectrum(RgbImage(2, 2, 128, 128, 128).bitmap());
+    EXPECT_EQ(grey[kGreyBin].quantity, 4u);
+    EXPECT_EQ(grey[kGreyBin].u, 0.0);
+}
+
+TEST(ColourSpectrum, HueJustBelow360LandsInBinZero)
+{
+    // Find a saturated colour whose hue is in [359.5, 360).
+    std::optional<HistogramEntry> found;
+    for (int b = 0; b < 256 && !found; ++b)
+        for (int r = 128; r < 256 && !found; ++r) {
+            const Colour lin{lineariseByte(static_cast<std::uint8_t>(r)), 0.0,
+                             lineariseByte(static_cast<std::uint8_t>(b)), 1.0};
+            const double h = hueDegrees(luvToLch(xyzToLuv(rgbToXyz(lin)))[2]);
+            if (h >= 359.5 && h < 360.0)
+                found = HistogramEntry{static_cast<std::uint8_t>(r), 0,
+                                       static_cast<std::uint8_t>(b), 255, 3};
+        }
+    ASSERT_TRUE(found);
+    const HistogramEntry entries[] = {*found};
+    const auto spectrum = colourSpectrum(entries);
+    EXPECT_EQ(spectrum[0].quantity, 3u);
+    EXPECT_EQ(nonEmpty(spectrum), 1u);
+    EXPECT_GE(spectrum[0].hue, 359.5); // the bin keeps the colour's own hue
+}
+
+TEST(ColourSpectrum, WeightlessHistogramGivesEmptySpectrum)
+{
+    const HistogramEntry entries[] = {{10, 20, 30, 255, 0}, {200, 20, 30, 255, 0}};
+    const auto spectrum = colourSpectrum(entries);
+    ASSERT_EQ(spectrum.size(), 361u);
+    for (const HclColor &c : spectrum) {
+        EXPECT_EQ(c.quantity, 0u);
+        EXPECT_EQ(c.alpha, 0.0);
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(colourSpectrum(std::span<const HistogramEntry>{}).empty());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "\nbad color spectrum parameter");
+}
+
+TEST(ColourSpectrum, BinAveragesItsColoursByWeight)
+{
+    // Two reds one byte apart share a bin; the bin holds their weighted mean.
+    const HistogramEntry entries[] = {{255, 0, 0, 255, 3}, {254, 0, 0, 255, 1}};
+    const auto spectrum = colourSpectrum(entries);
+    const auto luvOf = [](std::uint8_t r) {
+        return xyzToLuv(rgbToXyz({lineariseByte(r), 0.0, 0.0, 1.0}));
+    };
+    const HclColor &c = spectrum[12];
+    EXPECT_EQ(c.quantity, 4u);
+    EXPECT_NEAR(c.L, 0.75 * luvOf(255)[0] + 0.25 * luvOf(254)[0], 1e-9);
+    EXPECT_NEAR(c.u, 0.75 * luvOf(255)[1] + 0.25 * luvOf(254)[1], 1e-9);
+}
+
+TEST(ColourSort, ImportanceTiesKeepOrderWithNonEmptyFirst)
+{
+    std::vector<HclColor> records(5);
+    records[1] = record(0.0, 0.0, 0.0, 7);    // black: importance 0, like the empty ones
+    records[2] = record(50.0, 30.0, 0.0, 10); // importance 10 * (0.3 + 0.25) = 5.5
+    records[3] = record(50.0, 0.0, 35.0, 10); // 6.0: less than 1 apart, a tie
+    records[4] = record(50.0, 0.0, 90.0, 10); // 11.5
+    sortByImportance(records);
+    EXPECT_EQ(records[0].v, 90.0);
+    EXPECT_EQ(records[1].u, 30.0); // tie: earlier record stays first
+    EXPECT_EQ(records[2].v, 35.0);
+    EXPECT_EQ(records[3].quantity, 7u); // the black record before the empty one
+    EXPECT_TRUE(records[4].empty());
+}
+
+TEST(DominantColours, DeltaEIsStrict)
+{
+    // Two coloured records exactly 50 apart in the u*v* plane stay apart at deltaE 50...
+    auto spectrum = spectrumOf({record(50.0, 60.0, 0.0, 300), record(70.0, 60.0, 50.0, 100)});
+    auto colours = dominantColours(spectrum, 6, 0.14, 0.02, 50.0);
+    EXPECT_EQ(colours.size(), 2u);
+    // ...and merge just above it, into the quantity-weighted mean.
+    colours = dominantColours(spectrum, 6, 0.14, 0.02, 50.000001);
+    ASSERT_EQ(colours.size(), 1u);
+    EXPECT_EQ(colours[0].quantity, 400u);
+    EXPECT_DOUBLE_EQ(colours[0].L, 55.0);
+    EXPECT_DOUBLE_EQ(colours[0].u, 60.0);
+    EXPECT_DOUBLE_EQ(colours[0].v, 12.5);
+    EXPECT_DOUBLE_EQ(colours[0].chroma, std::hypot(60.0, 12.5) / 100.0);
+    EXPECT_DOUBLE_EQ(colours[0].hue, radiansToDegrees(std::atan2(12.5, 60.0)));
+    EXPECT_DOUBLE_EQ(colours[0].lightness, 0.55);
+}
+
+TEST(DominantColours, GreysMergeOnlyWithGreys)
+{
+    // A grey and a coloured record close together are never merged.
+    auto colours =
+        dominantColours(spectrumOf({record(50.0, 5.0, 0.0, 100), record(50.0, 20.0, 0.0, 100)}), 6,
+                        0.14, 0.02, 50.0);
+    EXPECT_EQ(colours.size(), 2u);
+
+    // Two greys merge however different their lightness; the result has no hue or chroma.
+    colours =
+        dominantColours(spectrumOf({record(90.0, 3.0, 0.0, 300), record(10.0, 0.0, -4.0, 100)}), 6,
+                        0.14, 0.02, 1.0);
+    ASSERT_EQ(colours.size(), 1u);
+    EXPECT_EQ(colours[0].quantity, 400u);
+    EXPECT_DOUBLE_EQ(colours[0].L, 70.0);
+    EXPECT_EQ(colours[0].u, 0.0);
+    EXPECT_EQ(colours[0].chroma, 0.0);
+    EXPECT_EQ(colours[0].hue, 0.0);
+    EXPECT_DOUBLE_EQ(colours[0].lightness, 0.7);
+    EXPECT_EQ(colours[0].alpha, 1.0);
+}
+
+TEST(DominantColours, GreyTestUsesChromaFromStartOfPass)
+{
+    // The leading coloured record absorbs an opposite colour and ends below the minimum
+    // saturation, yet still counts as coloured for the rest of its pass: the grey stays apart.
+    auto colours =
+        dominantColours(spectrumOf({record(50.0, 20.0, 0.0, 1000), record(50.0, -15.0, 0.0, 1000),
+                                    record(50.0, 1.0, 0.0, 500)}),
+                        6, 0.14, 0.02, 50.0);
+    ASSERT_EQ(colours.size(), 2u);
+    EXPECT_EQ(colours[0].quantity, 2000u);
+    EXPECT_NEAR(colours[0].chroma, 0.025, 1e-12);
+    EXPECT_EQ(colours[1].quantity, 500u);
+}
+
+TEST(DominantColours, PruneDropsUnderHalfAPercent)
+{
+    // Three colours too far apart to merge: 99 %, 0.4 % and 0.6 % of the weight.
+    auto colours =
+        dominantColours(spectrumOf({record(50.0, 80.0, 0.0, 990), record(50.0, 0.0, 80.0, 4),
+                                    record(50.0, -80.0, 0.0, 6)}),
+                        6, 0.14, 0.02, 10.0);
+    ASSERT_EQ(colours.size(), 2u);
+    EXPECT_EQ(colours[0].quantity, 990u);
+    EXPECT_EQ(colours[1].quantity, 6u);
+}
+
+TEST(DominantColours, CountLimitsResult)
+{
+    const auto spectrum = spectrumOf({record(50.0, 80.0, 0.0, 500), record(50.0, 0.0, 80.0, 400),
+                                      record(50.0, -80.0, 0.0, 300)});
+    EXPECT_EQ(dominantColours(spectrum, 100, 0.14, 0.02, 10.0).size(), 3u);
+    const auto two = dominantColours(spectrum, 2, 0.14, 0.02, 10.0);
+    ASSERT_EQ(two.size(), 2u);
+    EXPECT_EQ(two[0].quantity, 500u); // most important first
+    EXPECT_EQ(two[1].quantity, 400u);
+    EXPECT_TRUE(dominantColours(spectrum, 0, 0.14, 0.02, 10.0).empty());
+    EXPECT_TRUE(dominantColours(spectrum, -1, 0.14, 0.02, 10.0).empty());
+}
+
+TEST(DominantColours, MinLuminosityHasNoEffect)
+{
+    const auto spectrum = spectrumOf({record(5.0, 80.0, 0.0, 500), record(95.0, 0.0, 0.0, 400)});
+    const auto a = dominantColours(spectrum, 6, 0.14, 0.0, 50.0);
+    const auto b = dominantColours(spectrum, 6, 0.14, 0.99, 50.0);
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t i = 0; i < a.size(); ++i)
+        EXPECT_EQ(a[i].quantity, b[i].quantity);
+}
+
+TEST(DominantColours, BlackIconKeepsItsOnlyRecord)
+{
+    // Black has importance 0, like every empty record; it must still come out.
+    const auto colours = dominantColours(RgbImage(4, 4, 0, 0, 0).bitmap(), 6, 0.14, 0.02, 50.0);
+    ASSERT_EQ(colours.size(), 1u);
+    EXPECT_EQ(colours[0].quantity, 16u);
+    EXPECT_EQ(colours[0].lightness, 0.0);
+    for (double s : colours[0].spare)
+        EXPECT_EQ(s, 0.0);
+}
+
+TEST(DominantColours, TwoColourIconEndToEnd)
+{
+    RgbaImage image(10, 10, {20, 90, 230, 255});
+    for (int x = 0; x < 10; ++x)
+        for (int y = 0; y < 3; ++y)
+            image.set(x, y, {240, 200, 30, 255});
+    const auto colours = dominantColours(image.bitmap(), 6, 0.14, 0.02, 50.0);
+    ASSERT_EQ(colours.size(), 2u);
+    EXPECT_EQ(colours[0].quantity, 70u);
+    EXPECT_EQ(colours[1].quantity, 30u);
+    EXPECT_GT(colours[0].hue, 240.0); // blue
+    EXPECT_LT(colours[0].hue, 270.0);
+    EXPECT_GT(colours[1].hue, 50.0); // yellow
+    EXPECT_LT(colours[1].hue, 80.0);
+}
+
+TEST(DominantColours, DumpWritesNonEmptyRecords)
+{
+    std::vector<HclColor> spectrum(3);
+    spectrum[1] = record(50.0, 0.0, 0.0, 9);
+    testing::internal::CaptureStderr();
+    dumpSpectrum(spectrum);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "\nspectrum[1] luv:50.000000,0.000000,0.000000 H,C,L: 0.000000,0.000000,0.500000 "
+              "qty:9");
+}
