@@ -1,0 +1,69 @@
+#pragma once
+// FolderWalker: the bounded walk of the scan folders.
+//
+// Lists each scan folder, keeps the applications it finds and descends into plain folders up to
+// the depth limit. Each scan folder is walked once, by itself: a scan folder met inside another is
+// not entered there. Folders named "*.framework" and application bundles are never entered. A
+// folder already on the current descent (a link loop) is not entered again.
+//
+// The walk touches no catalogue state: it can run on a worker thread and its result is applied on
+// the GUI thread.
+#include "platform/AppsOnDisk.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <atomic>
+#include <functional>
+
+namespace kelp {
+
+struct FoundApp
+{
+    QString path; // standardised
+    QString name; // localised name, empty when the entry has none of its own
+    qint64 modified = 0; // modification time (ms since the epoch) when the name was read
+};
+
+struct WalkResult
+{
+    // One list per scan folder that yielded something, in scan-folder order.
+    QList<QList<FoundApp>> perFolder;
+    // Every folder that was listed (for the live watch).
+    QStringList listedFolders;
+};
+
+class FolderWalker
+{
+public:
+    using Progress = std::function<void(int step, int count, const QString &label)>;
+
+    // The depth limit as the settings give it: below 1 means 1, 100 or more means 99.
+    static int clampDepth(qint64 setting);
+
+    FolderWalker(const AppsOnDisk &appsOnDisk, QStringList scanFolders, int maxDepth);
+
+    void setProgress(Progress progress) { _progress = std::move(progress); }
+    void setCancelFlag(const std::atomic<bool> *cancel) { _cancel = cancel; }
+
+    WalkResult walk();
+
+    // Lists the folders the walk would list, without classifying files (for the live watch).
+    static QStringList foldersToWatch(const QStringList &roots, int maxDepth);
+
+private:
+    void walkFolder(const QString &folder, QList<FoundApp> &into, WalkResult &result);
+
+    const AppsOnDisk &_appsOnDisk;
+    QStringList _scanFolders;
+    int _maxDepth;
+    int _depth = 0;
+    QStringList _descent; // canonical paths of the folders being walked
+    QHash<QString, QString> _seenDesktopIds; // desktop-file ID -> path of the entry that owns it
+    Progress _progress;
+    const std::atomic<bool> *_cancel = nullptr;
+};
+
+} // namespace kelp

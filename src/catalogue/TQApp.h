@@ -1,0 +1,124 @@
+#pragma once
+// TQApp: one application known to the catalogue.
+//
+// An entry is made from a path (a freedesktop desktop entry or an application bundle folder) and
+// derives everything else from it: the display name, the file URL, the filter letters and the
+// excluded-keyword flag. Entries compare and hash by their standardised path; the catalogue makes
+// sure that one path is represented by one shared object (TQAppManager::appForPath).
+//
+// Process operations (launch, activate, hide, quit...) belong to the desktop layer and are added
+// there; this class only holds what an entry is without a running process.
+#include <QByteArray>
+#include <QHash>
+#include <QImage>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+#include <QVariant>
+#include <QVariantMap>
+
+#include <memory>
+
+namespace kelp {
+
+// The icon parameters copied into an entry before each icon load.
+struct ColorSortParams
+{
+    qint64 maximumIconSize = 128;
+    float colorSortGrayThreshold = 0.0f;
+    bool colorSortGraysBySecondaryColor = false;
+    float colorSortWrapHue = 0.0f;
+    float colorSortMinSaturation = 0.0f;
+    float colorSortMinLuminosity = 0.0f;
+};
+
+class TQApp
+{
+public:
+    explicit TQApp(const QString &path = QString());
+    TQApp(const TQApp &) = delete;
+    TQApp &operator=(const TQApp &) = delete;
+
+    // Standardises a path: a leading "~" expanded, "." and ".." components resolved, duplicate
+    // and trailing slashes removed. Symbolic links are not resolved.
+    static QString standardizePath(const QString &path);
+
+    QString path() const { return _path; }
+    QUrl url() const { return QUrl::fromLocalFile(_path); }
+    bool isPathValid() const { return _pathIsValid; }
+    void setPathIsValid(bool valid) { _pathIsValid = valid; }
+    // Replaces the path when the standardised argument differs. Returns whether it changed (the
+    // caller then reloads the icon).
+    bool setPath(const QString &path);
+
+    // The name shown and filtered on: the desktop entry's localised Name when the catalogue knows
+    // it, otherwise the last path component without its extension ("Foo.Bar.app" gives "Foo.Bar").
+    QString name() const;
+    QString fileBaseName() const;
+    // Sets the localised name found by the desktop layer (empty: fall back to the file name), and
+    // recomputes the letters and the excluded-keyword flag.
+    void setDisplayName(const QString &name);
+    bool hasDisplayName() const { return !_displayName.isEmpty(); }
+
+    // Filter letters.
+    void findLetters();
+    bool hasLetters() const { return _hasLetters; }
+    QByteArray letters() const { return _letters; }
+    bool containsLetter(char c) const;
+
+    // Excluded name substrings (from the application resource "ExcludedNameSubstrings").
+    static QStringList excludedNameSubstrings();
+    void findExcludedStringsInName();
+    bool containsExcludedKeywords() const { return _containsExcludedKeywords; }
+
+    // Free attributes.
+    QVariant attributeForKey(const QString &key) const;
+    void setAttribute(const QVariant &value, const QString &key);
+
+    // The extended attributes of the file (following a symbolic link) as diagnostic text, or an
+    // empty string when there are none.
+    QString xattrs() const;
+
+    // Archived form: a map {"ivDict": {"path": ...}}. A decoded entry carries only its path.
+    QVariantMap encode() const;
+    static std::shared_ptr<TQApp> decode(const QVariantMap &archive);
+
+    // Icon state, filled by icon loading.
+    QImage icon() const;
+    void setIconImage(const QImage &image) { _icon = image; }
+    qint64 fileID() const { return _fileID; }
+    void setFileID(qint64 id) { _fileID = id; }
+    ColorSortParams colorSortParams() const { return _colorSortParams; }
+    void setColorSortParams(const ColorSortParams &p) { _colorSortParams = p; }
+
+    // The colour sort key; 10.0 until an icon has been analysed.
+    double colorSortValue() const { return _colorSortValue; }
+    void setColorSortValue(double v) { _colorSortValue = v; }
+
+    QString description() const { return _path; }
+    bool isEqual(const TQApp *other) const { return other && (other == this || other->_path == _path); }
+    size_t hash() const { return qHash(_path); }
+
+    // Small placeholder images: "dot" while no icon is loaded, "notfound" when none can be.
+    static QImage dotImage();
+    static QImage notFoundImage();
+
+private:
+    QString _path;
+    bool _pathIsValid = false;
+    QString _displayName;
+    QImage _icon;
+    QByteArray _letters;
+    bool _hasLetters = false;
+    qint64 _fileID = 0;
+    double _colorSortValue = 10.0;
+    ColorSortParams _colorSortParams;
+    bool _containsExcludedKeywords = false;
+    QVariantMap _attributes;
+};
+
+using TQAppPtr = std::shared_ptr<TQApp>;
+using AppList = QList<TQAppPtr>;
+using AppLists = QList<AppList>;
+
+} // namespace kelp

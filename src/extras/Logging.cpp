@@ -1,0 +1,8 @@
+#include "extras/Logging.h"
+
+Q_LOGGING_CATEGORY(lcCatalogue, "kelp.catalogue", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcSettings, "kelp.settings", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcExtras, "kelp.extras", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcColour, "kelp.colour", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcPlatform, "kelp.platform", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcIcons, "kelp.icons", QtInfoMsg)

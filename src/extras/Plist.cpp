@@ -1,0 +1,226 @@
+#include "extras/Plist.h"
+
+#include "extras/Logging.h"
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+
+#include <plist/plist.h>
+
+#include <limits>
+#include <memory>
+
+namespace kelp::plist {
+namespace {
+
+struct PlistDeleter
+{
+    void operator()(void *node) const { plist_free(static_cast<plist_t>(node)); }
+};
+using PlistPtr = std::unique_ptr<void, PlistDeleter>;
+
+// Seconds between the Unix epoch and the property-list epoch (2001-01-01).
+constexpr qint64 kPlistEpochOffset = 978307200;
+// Nesting deeper than this is refused: no Kelp file comes close, and a hostile file must not
+// exhaust the stack.
+constexpr int kMaxDepth = 64;
+
+QVariant toVariant(plist_t node, int depth)
+{
+    if (!node || depth > kMaxDepth) return {};
+    switch (plist_get_node_type(node)) {
+    case PLIST_BOOLEAN: {
+        uint8_t b = 0;
+        plist_get_bool_val(node, &b);
+        return QVariant(b != 0);
+    }
+    case PLIST_UINT: {
+        uint64_t v = 0;
+        plist_get_uint_val(node, &v);
+        return QVariant(static_cast<qint64>(v));
+    }
+    case PLIST_REAL: {
+        double d = 0;
+        plist_get_real_val(node, &d);
+        return QVariant(d);
+    }
+    case PLIST_STRING: {
+        uint64_t len = 0;
+        const char *s = plist_get_string_ptr(node, &len);
+        return QVariant(QString::fromUtf8(s, static_cast<qsizetype>(len)));
+    }
+    case PLIST_DATA: {
+        uint64_t len = 0;
+        const char *d = plist_get_data_ptr(node, &len);
+        return QVariant(QByteArray(d, static_cast<qsizetype>(len)));
+    }
+    case PLIST_DATE: {
+        int32_t sec = 0, usec = 0;
+        plist_get_date_val(node, &sec, &usec);
+        const qint64 ms = (static_cast<qint64>(sec) + kPlistEpochOffset) * 1000 + usec / 1000;
+        return QVariant(QDateTime::fromMSecsSinceEpoch(ms, Qt::UTC));
+    }
+    case PLIST_ARRAY: {
+        QVariantList list;
+        const uint32_t n = plist_array_get_size(node);
+        list.reserve(static_cast<qsizetype>(n));
+        for (uint32_t i = 0; i < n; ++i) {
+            QVariant item = toVariant(plist_array_get_item(node, i), depth + 1);
+            if (item.isValid()) list.append(std::move(item));
+        }
+        return QVariant(list);
+    }
+    case PLIST_DICT: {
+        QVariantMap map;
+        plist_dict_iter it = nullptr;
+        plist_dict_new_iter(node, &it);
+        for (;;) {
+            char *key = nullptr;
+            plist_t val = nullptr;
+            plist_dict_next_item(node, it, &key, &val);
+            if (!val) {
+                free(key);
+                break;
+            }
+            QVariant item = toVariant(val, depth + 1);
+            if (key && item.isValid()) map.insert(QString::fromUtf8(key), std::move(item));
+            free(key);
+        }
+        free(it);
+        return QVariant(map);
+    }
+    default:
+        return {};
+    }
+}
+
+plist_t fromVariant(const QVariant &value, int depth)
+{
+    if (depth > kMaxDepth) return nullptr;
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+        return plist_new_bool(value.toBool() ? 1 : 0);
+    case QMetaType::Int:
+    case QMetaType::LongLong:
+    case QMetaType::Long:
+    case QMetaType::Short:
+        return plist_new_uint(static_cast<uint64_t>(value.toLongLong()));
+    case QMetaType::UInt:
+    case QMetaType::ULongLong:
+    case QMetaType::ULong:
+    case QMetaType::UShort: {
+        const qulonglong u = value.toULongLong();
+        const qlonglong clamped = u > static_cast<qulonglong>(std::numeric_limits<qint64>::max())
+                                      ? std::numeric_limits<qint64>::max()
+                                      : static_cast<qlonglong>(u);
+        return plist_new_uint(static_cast<uint64_t>(clamped));
+    }
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return plist_new_real(value.toDouble());
+    case QMetaType::QString:
+        return plist_new_string(value.toString().toUtf8().constData());
+    case QMetaType::QByteArray: {
+        const QByteArray bytes = value.toByteArray();
+        return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
+    }
+    case QMetaType::QDateTime: {
+        const qint64 ms = value.toDateTime().toMSecsSinceEpoch();
+        const qint64 sec = ms / 1000 - kPlistEpochOffset;
+        return plist_new_date(static_cast<int32_t>(sec), static_cast<int32_t>((ms % 1000) * 1000));
+    }
+    case QMetaType::QStringList:
+    case QMetaType::QVariantList: {
+        plist_t array = plist_new_array();
+        const QVariantList list = value.toList();
+        for (const QVariant &item : list) {
+            if (plist_t child = fromVariant(item, depth + 1)) plist_array_append_item(array, child);
+        }
+        return array;
+    }
+    case QMetaType::QVariantMap: {
+        plist_t dict = plist_new_dict();
+        const QVariantMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it) {
+            if (plist_t child = fromVariant(it.value(), depth + 1))
+                plist_dict_set_item(dict, it.key().toUtf8().constData(), child);
+        }
+        return dict;
+    }
+    default:
+        qCWarning(lcExtras) << "Value of type" << value.typeName()
+                            << "has no property-list form; not written";
+        return nullptr;
+    }
+}
+
+} // namespace
+
+QVariant fromData(const QByteArray &bytes)
+{
+    if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int32_t>::max()) return {};
+    plist_t root = nullptr;
+    plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
+    PlistPtr guard(root);
+    return toVariant(root, 0);
+}
+
+QByteArray toXml(const QVariant &value)
+{
+    PlistPtr root(fromVariant(value, 0));
+    if (!root) return {};
+    char *xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(static_cast<plist_t>(root.get()), &xml, &length);
+    QByteArray out(xml, static_cast<qsizetype>(length));
+    plist_to_xml_free(xml);
+    return out;
+}
+
+ReadResult readFile(const QString &path)
+{
+    ReadResult result;
+    QFile file(path);
+    if (!file.exists()) {
+        result.status = ReadResult::Missing;
+        return result;
+    }
+    if (!file.open(QIODevice::ReadOnly)) {
+        result.status = ReadResult::Unreadable;
+        result.error = file.errorString();
+        return result;
+    }
+    const QByteArray bytes = file.readAll();
+    result.value = fromData(bytes);
+    if (!result.value.isValid()) {
+        result.status = ReadResult::Corrupt;
+        result.error = bytes.isEmpty() ? QStringLiteral("empty file")
+                                       : QStringLiteral("not a property list");
+        return result;
+    }
+    result.status = ReadResult::Ok;
+    return result;
+}
+
+bool writeXmlFile(const QString &path, const QVariant &value, QString *error)
+{
+    const QByteArray xml = toXml(value);
+    if (xml.isEmpty()) {
+        if (error) *error = QStringLiteral("nothing to write");
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        if (error) *error = file.errorString();
+        return false;
+    }
+    if (file.write(xml) != xml.size() || !file.commit()) {
+        if (error) *error = file.errorString();
+        return false;
+    }
+    return true;
+}
+
+} // namespace kelp::plist

@@ -1,0 +1,84 @@
+// kelp: the launcher's entry point and its command-line tools.
+#include "catalogue/CatalogueReport.h"
+#include "catalogue/TQAppManager.h"
+#include "control/RegisteredDefaults.h"
+#include "extras/Defaults.h"
+#include "platform/gio/GioAppsOnDisk.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QJsonDocument>
+#include <QTextStream>
+
+#include <cstdio>
+#include <memory>
+
+namespace {
+
+int printCatalogue(bool rescan)
+{
+    using namespace kelp;
+    Defaults &defaults = Defaults::standard();
+    registerAllDefaults(defaults);
+    migrateScanDirectories(defaults);
+
+    TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
+    QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue]() {
+        const QByteArray json = QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
+        std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
+        std::fflush(stdout);
+        QCoreApplication::quit();
+    });
+    catalogue.rescanAllAppsPrioritizingGroup(TQAppManager::All, rescan);
+    const int status = QCoreApplication::exec();
+    defaults.synchronize();
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("Kelp"));
+    QCoreApplication::setOrganizationName(QStringLiteral("Kelp"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KELP_VERSION));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QCoreApplication::translate("main", "Kelp, an application launcher."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption printOption(
+        QStringLiteral("print-catalogue"),
+        QCoreApplication::translate("main", "Print the catalogue of applications as JSON and exit."));
+    const QCommandLineOption rescanOption(
+        QStringLiteral("rescan"),
+        QCoreApplication::translate("main", "With --print-catalogue: walk the folders even when a cached list exists."));
+    parser.addOption(printOption);
+    parser.addOption(rescanOption);
+
+    if (!parser.parse(QCoreApplication::arguments())) {
+        QTextStream(stderr) << parser.errorText() << '\n'
+                            << QCoreApplication::translate("main", "Try 'kelp --help'.") << '\n';
+        return 2;
+    }
+    if (parser.isSet(QStringLiteral("help"))) parser.showHelp(0);
+    if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
+
+    if (parser.isSet(rescanOption) && !parser.isSet(printOption)) {
+        QTextStream(stderr) << QCoreApplication::translate("main", "--rescan goes with --print-catalogue.") << '\n';
+        return 2;
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        QTextStream(stderr) << QCoreApplication::translate("main", "Unexpected argument: %1")
+                                   .arg(parser.positionalArguments().first())
+                            << '\n';
+        return 2;
+    }
+    if (parser.isSet(printOption)) return printCatalogue(parser.isSet(rescanOption));
+
+    QTextStream(stderr) << QCoreApplication::translate(
+                               "main", "Kelp's panel is not part of this build yet. Try 'kelp --print-catalogue'.")
+                        << '\n';
+    return 1;
+}

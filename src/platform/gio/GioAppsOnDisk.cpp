@@ -1,0 +1,199 @@
+#include "platform/gio/GioAppsOnDisk.h"
+
+#include "extras/Logging.h"
+
+#include <QFileInfo>
+
+#include <gio/gio.h>
+
+#include <sys/stat.h>
+
+#include <memory>
+
+namespace kelp {
+namespace {
+
+struct KeyFileDeleter
+{
+    void operator()(GKeyFile *k) const { g_key_file_free(k); }
+};
+struct GFreeDeleter
+{
+    void operator()(gchar *s) const { g_free(s); }
+};
+struct StrvDeleter
+{
+    void operator()(gchar **v) const { g_strfreev(v); }
+};
+using KeyFilePtr = std::unique_ptr<GKeyFile, KeyFileDeleter>;
+using GStringPtr = std::unique_ptr<gchar, GFreeDeleter>;
+using StrvPtr = std::unique_ptr<gchar *, StrvDeleter>;
+
+constexpr const char *kGroup = "Desktop Entry";
+
+bool boolKey(GKeyFile *kf, const char *key)
+{
+    return g_key_file_get_boolean(kf, kGroup, key, nullptr) != FALSE;
+}
+
+QStringList listKey(GKeyFile *kf, const char *key)
+{
+    QStringList out;
+    StrvPtr values(g_key_file_get_string_list(kf, kGroup, key, nullptr, nullptr));
+    if (!values) return out;
+    for (gchar **v = values.get(); *v; ++v) out.append(QString::fromUtf8(*v));
+    return out;
+}
+
+bool programExists(const QString &program)
+{
+    if (program.isEmpty()) return false;
+    if (program.startsWith(QLatin1Char('/'))) {
+        const QFileInfo info(program);
+        return info.isFile() && info.isExecutable();
+    }
+    GStringPtr found(g_find_program_in_path(program.toUtf8().constData()));
+    return found != nullptr;
+}
+
+KeyFilePtr loadDesktopFile(const QString &path)
+{
+    KeyFilePtr kf(g_key_file_new());
+    GError *error = nullptr;
+    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE, &error)) {
+        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ":"
+                                     << (error ? QString::fromUtf8(error->message) : QString());
+        g_clear_error(&error);
+        return nullptr;
+    }
+    if (!g_key_file_has_group(kf.get(), kGroup)) {
+        qCInfo(lcPlatform).noquote() << "Ignoring" << path << ": no [Desktop Entry] group";
+        return nullptr;
+    }
+    return kf;
+}
+
+QString localisedName(GKeyFile *kf)
+{
+    GStringPtr name(g_key_file_get_locale_string(kf, kGroup, "Name", nullptr, nullptr));
+    return name ? QString::fromUtf8(name.get()).trimmed() : QString();
+}
+
+} // namespace
+
+GioAppsOnDisk::GioAppsOnDisk()
+    : GioAppsOnDisk(qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts))
+{
+}
+
+GioAppsOnDisk::GioAppsOnDisk(QStringList currentDesktops)
+    : _currentDesktops(std::move(currentDesktops))
+{
+}
+
+ItemInfo GioAppsOnDisk::inspect(const QString &path) const
+{
+    ItemInfo info;
+    const QByteArray native = QFile::encodeName(path);
+    struct stat st{};
+    if (lstat(native.constData(), &st) != 0) return info;
+
+    const QString fileName = path.section(QLatin1Char('/'), -1);
+    if (fileName.startsWith(QLatin1Char('.'))) {
+        info.kind = ItemInfo::Invisible;
+        return info;
+    }
+    if (S_ISLNK(st.st_mode)) {
+        // Followed only when it leads to a plain folder.
+        struct stat target{};
+        const bool toFolder = stat(native.constData(), &target) == 0 && S_ISDIR(target.st_mode) &&
+                              !fileName.endsWith(QLatin1String(".app"));
+        info.kind = toFolder ? ItemInfo::AliasToFolder : ItemInfo::Alias;
+        return info;
+    }
+    if (S_ISDIR(st.st_mode)) {
+        if (fileName.endsWith(QLatin1String(".app")) && QFileInfo::exists(path + QStringLiteral("/Contents/Info.plist")))
+            info.kind = ItemInfo::Application;
+        else
+            info.kind = ItemInfo::Folder;
+        return info;
+    }
+    if (S_ISREG(st.st_mode) && fileName.endsWith(QLatin1String(".desktop"))) return inspectDesktopEntry(path);
+    return info;
+}
+
+ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
+{
+    ItemInfo info;
+    KeyFilePtr kf = loadDesktopFile(path);
+    if (!kf) return info;
+    info.desktopId = desktopIdForPath(path);
+
+    GStringPtr type(g_key_file_get_string(kf.get(), kGroup, "Type", nullptr));
+    if (!type || qstrcmp(type.get(), "Application") != 0) {
+        // Links and folders carry an ID too: they still shadow a later entry of the same ID.
+        info.kind = ItemInfo::Other;
+        return info;
+    }
+    info.name = localisedName(kf.get());
+    if (info.name.isEmpty()) {
+        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Name";
+        return info;
+    }
+    GStringPtr exec(g_key_file_get_string(kf.get(), kGroup, "Exec", nullptr));
+    if (!exec && !boolKey(kf.get(), "DBusActivatable")) {
+        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Exec line";
+        return info;
+    }
+    if (boolKey(kf.get(), "Hidden") || boolKey(kf.get(), "NoDisplay")) {
+        info.kind = ItemInfo::Invisible;
+        return info;
+    }
+    const QStringList onlyShowIn = listKey(kf.get(), "OnlyShowIn");
+    const QStringList notShowIn = listKey(kf.get(), "NotShowIn");
+    bool shown = onlyShowIn.isEmpty();
+    for (const QString &desktop : _currentDesktops) {
+        if (onlyShowIn.contains(desktop)) shown = true;
+        if (notShowIn.contains(desktop)) {
+            shown = false;
+            break;
+        }
+    }
+    if (!shown) {
+        info.kind = ItemInfo::Invisible;
+        return info;
+    }
+    GStringPtr tryExec(g_key_file_get_string(kf.get(), kGroup, "TryExec", nullptr));
+    if (tryExec && !programExists(QString::fromUtf8(tryExec.get()))) {
+        info.kind = ItemInfo::ClassicApplication;
+        return info;
+    }
+    info.kind = ItemInfo::Application;
+    return info;
+}
+
+QString GioAppsOnDisk::applicationName(const QString &path) const
+{
+    if (!path.endsWith(QLatin1String(".desktop"))) return QString();
+    KeyFilePtr kf = loadDesktopFile(path);
+    return kf ? localisedName(kf.get()) : QString();
+}
+
+QStringList GioAppsOnDisk::desktopFavouriteIds() const
+{
+    GSettingsSchemaSource *source = g_settings_schema_source_get_default();
+    if (!source) return {};
+    GSettingsSchema *schema = g_settings_schema_source_lookup(source, "org.gnome.shell", TRUE);
+    if (!schema) return {};
+    QStringList ids;
+    if (g_settings_schema_has_key(schema, "favorite-apps")) {
+        GSettings *settings = g_settings_new_full(schema, nullptr, nullptr);
+        StrvPtr favourites(g_settings_get_strv(settings, "favorite-apps"));
+        for (gchar **v = favourites.get(); v && *v; ++v) ids.append(QString::fromUtf8(*v));
+        g_object_unref(settings);
+    }
+    g_settings_schema_unref(schema);
+    return ids;
+}
+
+} // namespace kelp

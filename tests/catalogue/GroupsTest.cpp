@@ -1,0 +1,131 @@
+#include "CatalogueFixture.h"
+
+using namespace kelp;
+using kelp::test::CatalogueFixture;
+
+namespace {
+const QString A = QStringLiteral("/apps/Alpha.app");
+const QString B = QStringLiteral("/apps/Beta.app");
+const QString C = QStringLiteral("/apps/Gamma.app");
+const QString D = QStringLiteral("/more/Delta.app");
+const QString E = QStringLiteral("/more/Epsilon.app");
+} // namespace
+
+class Groups : public CatalogueFixture
+{
+};
+
+TEST_F(Groups, InterningGivesOneEntryPerPath)
+{
+    makeCatalogue();
+    const TQAppPtr a1 = app(A);
+    const TQAppPtr a2 = app(QStringLiteral("/apps/../apps/Alpha.app"));
+    EXPECT_EQ(a1.get(), a2.get());
+    EXPECT_NE(app(QStringLiteral("/apps/alpha.app")).get(), a1.get());
+}
+
+TEST_F(Groups, DerivedGroupsFollowAllAndExclusions)
+{
+    makeCatalogue();
+    setAll({{C, A, B}, {E, D}});
+    EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{C, A, B, E, D}));
+    EXPECT_EQ(catalogue->allAppsTotalCount(), 5);
+    EXPECT_EQ(catalogue->allAppsLongestArrayCount(), 3);
+
+    catalogue->excludeApp(app(D));
+    catalogue->excludeApp(app(E));
+    // The included groups lose the excluded entries; a folder whose entries are all excluded
+    // leaves no empty inner array.
+    EXPECT_EQ(paths(catalogue->includedApps()), (QList<QStringList>{{C, A, B}}));
+    EXPECT_EQ(paths(catalogue->includedApps1D()), (QStringList{A, B, C})) << "sorted by name";
+    EXPECT_EQ(paths(catalogue->excludedApps()), (QList<QStringList>{{E, D}})) << "the scan's order";
+    EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{D, E}));
+    EXPECT_EQ(catalogue->includedAppsLongestArrayCount(), 3);
+
+    catalogue->includeApp(app(E));
+    EXPECT_EQ(paths(catalogue->includedApps()), (QList<QStringList>{{C, A, B}, {E}}));
+    EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{D}));
+}
+
+TEST_F(Groups, ExcludedAppThatIsGoneBecomesMissingAndLeavesTheFavourites)
+{
+    makeCatalogue();
+    setAll({{A, B}});
+    catalogue->moveApp(app(C), TQAppManager::User, TQAppManager::kAtEnd, 0);
+    catalogue->moveApp(app(A), TQAppManager::User, 0, 0);
+    catalogue->excludeApp(app(C));
+    EXPECT_EQ(paths(catalogue->missingApps()), (QStringList{C}));
+    EXPECT_TRUE(catalogue->excludedApps1D().isEmpty());
+    EXPECT_EQ(paths(catalogue->userApps1D()), (QStringList{A}));
+    EXPECT_EQ(paths(catalogue->userApps()), (QList<QStringList>{{A}}));
+}
+
+TEST_F(Groups, AutoExclusionByNameAndDockFile)
+{
+    makeCatalogue();
+    const QString uninstaller = QStringLiteral("/apps/Foo Uninstaller.app");
+    setAll({{A, B, uninstaller}});
+    ASSERT_TRUE(test::writeFile(TQAppManager::dockPreferencesFile(), R"(<?xml version="1.0" encoding="UTF-8"?>
+<plist version="1.0"><dict><key>persistent-apps</key><array>
+<dict><key>tile-data</key><dict><key>file-data</key><dict><key>_CFURLString</key><string>file:///apps/Beta.app/</string></dict></dict></dict>
+<dict><key>tile-data</key><dict></dict></dict>
+<dict><key>tile-data</key><dict><key>file-data</key><dict><key>_CFURLString</key><string>/elsewhere/Other.app</string></dict></dict></dict>
+</array></dict></plist>)"));
+    for (const TQAppPtr &a : catalogue->allApps1D()) a->findExcludedStringsInName();
+    EXPECT_EQ(catalogue->autoExcludeDockApps(false, true), 1);
+    EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{uninstaller}));
+    EXPECT_EQ(catalogue->autoExcludeDockApps(true, false), 1) << "only apps the scan found";
+    EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{uninstaller, B})) << "appended";
+    EXPECT_EQ(catalogue->autoExcludeDockApps(true, true), 0);
+    EXPECT_EQ(paths(catalogue->includedApps1D()), (QStringList{A}));
+}
+
+TEST_F(Groups, GroupForAppArrayIsByIdentity)
+{
+    makeCatalogue();
+    setAll({{A}});
+    EXPECT_EQ(catalogue->groupForAppArray(&catalogue->allApps1D()), TQAppManager::All1D);
+    EXPECT_EQ(catalogue->groupForAppArray(&catalogue->userApps()), TQAppManager::User);
+    const AppList copy = catalogue->allApps1D();
+    EXPECT_EQ(catalogue->groupForAppArray(&copy), -1);
+    EXPECT_EQ(catalogue->flatArrayForGroup(10), nullptr);
+    EXPECT_EQ(catalogue->bunchedArrayForGroup(2), nullptr);
+}
+
+TEST_F(Groups, SortOrders)
+{
+    makeCatalogue();
+    const QString zeta = QStringLiteral("/Applications/Zeta.app");
+    const QString alpha = QStringLiteral("/Users/a/Applications/Alpha.app");
+    setAll({{zeta, alpha}});
+    int announced = 0;
+    QObject::connect(catalogue.get(), &TQAppManager::allApps1DChanged, [&] { ++announced; });
+
+    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 0);
+    EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha})) << "by full path";
+    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 1);
+    EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{alpha, zeta})) << "by name";
+    EXPECT_GE(announced, 2);
+
+    app(zeta)->setColorSortValue(0.5);
+    app(alpha)->setColorSortValue(3.0);
+    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 2);
+    EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha})) << "by colour, ascending";
+
+    // Names compare case-insensitively, using the localised name when there is one.
+    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 1);
+    app(zeta)->setDisplayName(QStringLiteral("aardvark"));
+    catalogue->sortAllArrays();
+    EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha}));
+}
+
+TEST_F(Groups, FavouritesAreNeverSorted)
+{
+    makeCatalogue();
+    setAll({{A, B, C}});
+    catalogue->moveApp(app(C), TQAppManager::User1D, 0, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(A), TQAppManager::User1D, 0, TQAppManager::kAtEnd);
+    catalogue->sortAllArrays();
+    AppList userFlat = catalogue->userApps1D();
+    EXPECT_EQ(paths(userFlat), (QStringList{C, A}));
+}
