@@ -33,6 +33,12 @@ std::uint32_t colourKey(std::uint8_t r, std::uint8_t g, std::uint8_t b)
 // The colour hash table: 65536 chain heads and a pool of nodes. One table lives per thread and is
 // reused from icon to icon; only the buckets an icon used are cleared afterwards, tracked in a
 // bit set, which also yields them in bucket order for the histogram.
+//
+// The histogram lists a bucket's colours most recently found first, in a scan that goes column
+// by column. Scanning that way is slow (each step jumps a whole row, and power-of-two row lengths
+// make the jumps fight over the same cache sets), so the pixels are read row by row instead and
+// each node remembers the earliest column-by-column position of its colour; the chains are put
+// in that order when the histogram is made.
 struct ColourTable
 {
     struct Node
@@ -40,23 +46,27 @@ struct ColourTable
         std::uint32_t colour; // red, green, blue, 255 (low byte first)
         std::uint32_t next;
         std::uint64_t weight;
+        std::uint64_t firstSeen; // x * pixelsHigh + y of its first pixel, column by column
     };
 
     std::vector<std::uint32_t> heads;
     std::vector<std::uint64_t> used;
     std::vector<Node> nodes;
+    std::vector<std::uint32_t> chain; // scratch for ordering one chain
 
     void allocate()
     {
         heads.assign(kHashBuckets, kNoNode);
         used.assign(kHashBuckets / 64, 0);
         nodes.reserve(4096);
+        chain.reserve(64);
     }
 
-    std::uint32_t push(std::uint32_t key, std::uint32_t colour, std::uint64_t weight)
+    std::uint32_t push(std::uint32_t key, std::uint32_t colour, std::uint64_t weight,
+                       std::uint64_t firstSeen)
     {
         const auto index = static_cast<std::uint32_t>(nodes.size());
-        nodes.push_back({colour, heads[key], weight});
+        nodes.push_back({colour, heads[key], weight, firstSeen});
         if (heads[key] == kNoNode) used[key / 64] |= std::uint64_t{1} << (key % 64);
         heads[key] = index;
         return index;
@@ -72,6 +82,19 @@ struct ColourTable
                 visit(word * 64 + bit);
             }
         }
+    }
+
+    // The nodes of one bucket, most recently found (column by column) first.
+    const std::vector<std::uint32_t> &orderedChain(std::size_t key)
+    {
+        chain.clear();
+        for (auto node = heads[key]; node != kNoNode; node = nodes[node].next)
+            chain.push_back(node);
+        if (chain.size() > 1)
+            std::sort(chain.begin(), chain.end(), [this](std::uint32_t a, std::uint32_t b) {
+                return nodes[a].firstSeen > nodes[b].firstSeen;
+            });
+        return chain;
     }
 
     void clear()
@@ -96,8 +119,6 @@ ColourTable *threadTable()
     return &table;
 }
 
-// Counts the pixels into the table. Pixels are visited column by column, then row by row, which
-// fixes the order of nodes within a chain.
 template <bool HasAlpha, bool Grey> void countPixels(ColourTable &table, const PixelDescription &d)
 {
     const auto base = reinterpret_cast<std::uintptr_t>(d.data);
@@ -110,13 +131,17 @@ template <bool HasAlpha, bool Grey> void countPixels(ColourTable &table, const P
     const std::uint8_t *alpha = channel(d.alpha);
     const std::ptrdiff_t bytesPerPixel = d.bytesPerPixel;
     const std::ptrdiff_t bytesPerRow = d.bytesPerRow;
+    const auto high = static_cast<std::uint64_t>(d.pixelsHigh);
 
-    // Icons are mostly long runs of one colour, so remember the last node found.
-    std::uint32_t lastColour = 0;
-    std::uint32_t lastNode = kNoNode;
-    for (std::int64_t x = 0; x < d.pixelsWide; ++x) {
-        std::ptrdiff_t at = x * bytesPerPixel;
-        for (std::int64_t y = 0; y < d.pixelsHigh; ++y, at += bytesPerRow) {
+    for (std::int64_t y = 0; y < d.pixelsHigh; ++y) {
+        std::ptrdiff_t at = y * bytesPerRow;
+        // Icons are mostly runs of one colour: the weight of a run is summed in a register and
+        // added to its node when the run ends. Within a run the first pixel is also the earliest
+        // column by column, so the rest need no lookup.
+        std::uint32_t runColour = 0;
+        std::uint32_t runNode = kNoNode;
+        std::uint64_t runWeight = 0;
+        for (std::int64_t x = 0; x < d.pixelsWide; ++x, at += bytesPerPixel) {
             std::uint64_t weight = 1;
             if constexpr (HasAlpha) {
                 weight = alpha[at];
@@ -124,22 +149,97 @@ template <bool HasAlpha, bool Grey> void countPixels(ColourTable &table, const P
             }
             const std::uint8_t r = red[at], g = green[at], b = blue[at];
             const std::uint32_t colour = packColour(r, g, b);
-            if (colour == lastColour && lastNode != kNoNode) {
-                table.nodes[lastNode].weight += weight;
+            if (colour == runColour && runNode != kNoNode) {
+                runWeight += weight;
                 continue;
             }
+            if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
+            runWeight = weight;
+            runColour = colour;
+
+            const std::uint64_t position =
+                static_cast<std::uint64_t>(x) * high + static_cast<std::uint64_t>(y);
             const std::uint32_t key = Grey ? std::uint32_t{r} : colourKey(r, g, b);
             std::uint32_t node = table.heads[key];
             while (node != kNoNode && table.nodes[node].colour != colour)
                 node = table.nodes[node].next;
-            if (node != kNoNode)
-                table.nodes[node].weight += weight;
-            else
-                node = table.push(key, colour, weight);
-            lastColour = colour;
-            lastNode = node;
+            if (node != kNoNode) {
+                auto &n = table.nodes[node];
+                n.firstSeen = std::min(n.firstSeen, position);
+            } else {
+                node = table.push(key, colour, 0, position);
+            }
+            runNode = node;
         }
+        if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
     }
+}
+
+// The same count for meshed 8-bit pixels of exactly four bytes (the icon format): each pixel is
+// read as one 32-bit word, and a pixel equal to the one before it in the row costs a comparison
+// and an addition.
+template <bool HasAlpha> void countPixelWords(ColourTable &table, const PixelDescription &d)
+{
+    const auto shiftOf = [](std::int64_t offset) {
+        return static_cast<unsigned>(std::endian::native == std::endian::little ? offset * 8
+                                                                                : (3 - offset) * 8);
+    };
+    const unsigned redShift = shiftOf(d.red), greenShift = shiftOf(d.green),
+                   blueShift = shiftOf(d.blue), alphaShift = shiftOf(d.alpha);
+    const auto high = static_cast<std::uint64_t>(d.pixelsHigh);
+
+    for (std::int64_t y = 0; y < d.pixelsHigh; ++y) {
+        const std::uint8_t *row = d.data + y * d.bytesPerRow;
+        std::uint32_t runWord = 0;
+        std::uint32_t runColour = 0;
+        std::uint32_t runNode = kNoNode;
+        std::uint64_t runWeight = 0;
+        for (std::int64_t x = 0; x < d.pixelsWide; ++x) {
+            std::uint32_t word;
+            std::memcpy(&word, row + x * 4, sizeof word);
+            const std::uint64_t weight = HasAlpha ? (word >> alphaShift) & 0xFFu : 1u;
+            if (word == runWord && runNode != kNoNode) {
+                runWeight += weight;
+                continue;
+            }
+            if (HasAlpha && weight == 0) continue;
+            const auto r = static_cast<std::uint8_t>(word >> redShift);
+            const auto g = static_cast<std::uint8_t>(word >> greenShift);
+            const auto b = static_cast<std::uint8_t>(word >> blueShift);
+            const std::uint32_t colour = packColour(r, g, b);
+            runWord = word;
+            if (colour == runColour && runNode != kNoNode) {
+                runWeight += weight;
+                continue;
+            }
+            if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
+            runWeight = weight;
+            runColour = colour;
+
+            const std::uint64_t position =
+                static_cast<std::uint64_t>(x) * high + static_cast<std::uint64_t>(y);
+            const std::uint32_t key = colourKey(r, g, b);
+            std::uint32_t node = table.heads[key];
+            while (node != kNoNode && table.nodes[node].colour != colour)
+                node = table.nodes[node].next;
+            if (node != kNoNode) {
+                auto &n = table.nodes[node];
+                n.firstSeen = std::min(n.firstSeen, position);
+            } else {
+                node = table.push(key, colour, 0, position);
+            }
+            runNode = node;
+        }
+        if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
+    }
+}
+
+bool isWordLayout(const PixelDescription &d)
+{
+    const auto inWord = [](std::int64_t offset) { return offset >= 0 && offset < 4; };
+    return !d.isPlanar && d.bitsPerSample == 8 && d.bytesPerPixel == 4 &&
+           (d.samplesPerPixel == 3 || d.samplesPerPixel == 4) && inWord(d.red) && inWord(d.green) &&
+           inWord(d.blue) && (!d.hasAlpha || inWord(d.alpha));
 }
 
 // Truncation of a double to a 32-bit integer as the hardware does it: values outside the range
@@ -181,6 +281,13 @@ void mergeSort(HclColor *records, HclColor *scratch, std::size_t count)
 
 void finishLch(HclColor &c)
 {
+    if (c.L == 0.0 && c.u == 0.0 && c.v == 0.0) {
+        // What the conversion gives for zero (atan2(0, 0) is 0), without the arithmetic.
+        c.hue = 0.0;
+        c.chroma = 0.0;
+        c.lightness = 0.0;
+        return;
+    }
     const Colour lch = luvToLch({c.L, c.u, c.v, c.alpha});
     c.hue = hueDegrees(lch[2]);
     c.chroma = lch[1] / 100.0;
@@ -202,7 +309,9 @@ std::vector<HistogramEntry> colourHistogram(const Bitmap &bitmap)
 
     const bool colourKeys = d.samplesPerPixel == 3 || d.samplesPerPixel == 4;
     try {
-        if (d.hasAlpha)
+        if (colourKeys && isWordLayout(d))
+            d.hasAlpha ? countPixelWords<true>(*table, d) : countPixelWords<false>(*table, d);
+        else if (d.hasAlpha)
             colourKeys ? countPixels<true, false>(*table, d) : countPixels<true, true>(*table, d);
         else
             colourKeys ? countPixels<false, false>(*table, d) : countPixels<false, true>(*table, d);
@@ -224,19 +333,19 @@ std::vector<HistogramEntry> colourHistogram(const Bitmap &bitmap)
     std::vector<HistogramEntry> histogram;
     try {
         histogram.reserve(table->nodes.size());
+        table->forEachUsedBucket([&](std::size_t key) {
+            for (const std::uint32_t node : table->orderedChain(key)) {
+                const auto &n = table->nodes[node];
+                histogram.push_back({static_cast<std::uint8_t>(n.colour),
+                                     static_cast<std::uint8_t>(n.colour >> 8),
+                                     static_cast<std::uint8_t>(n.colour >> 16), 255, n.weight});
+            }
+        });
     } catch (const std::bad_alloc &) {
         table->clear();
         writeMessage(messages::kOutOfMemoryHistogram);
         return {};
     }
-    table->forEachUsedBucket([&](std::size_t key) {
-        for (auto node = table->heads[key]; node != kNoNode; node = table->nodes[node].next) {
-            const auto &n = table->nodes[node];
-            histogram.push_back({static_cast<std::uint8_t>(n.colour),
-                                 static_cast<std::uint8_t>(n.colour >> 8),
-                                 static_cast<std::uint8_t>(n.colour >> 16), 255, n.weight});
-        }
-    });
     table->clear();
     return histogram;
 }
@@ -305,8 +414,21 @@ std::vector<HclColor> colourSpectrum(const Bitmap &bitmap)
 
 void sortByImportance(std::span<HclColor> records)
 {
-    std::vector<HclColor> scratch(records.size());
-    mergeSort(records.data(), scratch.data(), records.size());
+    // Importance is never negative, so every non-empty record sorts before every empty one: move
+    // them to the front, keeping their order, and sort only those.
+    std::vector<HclColor> scratch;
+    scratch.reserve(records.size());
+    std::size_t filled = 0;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (records[i].empty())
+            scratch.push_back(records[i]);
+        else if (filled++ != i)
+            records[filled - 1] = records[i];
+    }
+    std::copy(scratch.begin(), scratch.end(),
+              records.begin() + static_cast<std::ptrdiff_t>(filled));
+    scratch.resize(filled);
+    mergeSort(records.data(), scratch.data(), filled);
 }
 
 std::vector<HclColor> dominantColours(std::vector<HclColor> spectrum, std::int64_t count,
@@ -317,13 +439,18 @@ std::vector<HclColor> dominantColours(std::vector<HclColor> spectrum, std::int64
 
     const double s = minSaturation;
     std::uint32_t total = 0;
+    // The last record has nothing after it to merge and never enters the total. Sorting put the
+    // empty records last, so nothing past the non-empty ones needs a look.
     const std::size_t size = spectrum.size();
-    for (std::size_t i = 0; i + 1 < size; ++i) {
+    std::size_t filled = 0;
+    while (filled < size && !spectrum[filled].empty())
+        ++filled;
+    for (std::size_t i = 0; i + 1 < size && i < filled; ++i) {
         HclColor &a = spectrum[i];
         if (a.quantity == 0) continue;
         // The grey test of i keeps the chroma i had before this pass, however much it absorbs.
         const double ci = a.chroma;
-        for (std::size_t j = i + 1; j < size; ++j) {
+        for (std::size_t j = i + 1; j < filled; ++j) {
             HclColor &b = spectrum[j];
             if (b.quantity == 0) continue;
             const bool aGrey = s > ci;

@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 #include <optional>
+#include <random>
 #include <string>
 
 using namespace kelp::colour;
@@ -156,6 +159,100 @@ TEST(ColourHistogram, EntriesInBucketOrderThenMostRecentFirst)
     ASSERT_EQ(histogram.size(), 2u);
     EXPECT_EQ(histogram[0].red, partner->r);
     EXPECT_EQ(histogram[1].red, 0);
+}
+
+// The histogram's order decides how the spectrum's float-weighted means round, so it must be
+// exactly that of a hash table filled column by column with new colours pushed at the head of
+// their chain. Compare against a plain model of that table on images full of bucket collisions,
+// through the four-byte and the general pixel readers.
+TEST(ColourHistogram, OrderMatchesColumnByColumnChains)
+{
+    // Colours that collide in a handful of buckets.
+    std::vector<Rgba> palette;
+    for (int r = 0; r < 256 && palette.size() < 24; ++r)
+        for (int g = 0; g < 256 && palette.size() < 24; ++g)
+            for (int b = 0; b < 4; ++b)
+                if (keyOf(r, g, b) % 8192 == 0)
+                    palette.push_back({static_cast<std::uint8_t>(r), static_cast<std::uint8_t>(g),
+                                       static_cast<std::uint8_t>(b), 255});
+    ASSERT_GE(palette.size(), 24u);
+
+    const int width = 37, height = 23;
+    std::mt19937 random(7);
+    std::vector<Rgba> pixels;
+    for (int i = 0; i < width * height; ++i) {
+        Rgba c = palette[random() % palette.size()];
+        c.a = static_cast<std::uint8_t>(random() % 3 == 0 ? 0 : 100 + random() % 156);
+        pixels.push_back(c);
+        if (random() % 4 == 0) // some runs
+            pixels.push_back(c), ++i;
+    }
+    pixels.resize(static_cast<std::size_t>(width * height));
+    const auto at = [&](int x, int y) { return pixels[static_cast<std::size_t>(y * width + x)]; };
+
+    // The model: column by column, chains as lists with the newest colour in front.
+    std::map<std::uint32_t, std::vector<HistogramEntry>> buckets;
+    for (int x = 0; x < width; ++x)
+        for (int y = 0; y < height; ++y) {
+            const Rgba p = at(x, y);
+            if (p.a == 0) continue;
+            auto &chain = buckets[keyOf(p.r, p.g, p.b)];
+            auto found = std::find_if(chain.begin(), chain.end(), [&](const HistogramEntry &e) {
+                return e.red == p.r && e.green == p.g && e.blue == p.b;
+            });
+            if (found != chain.end())
+                found->weight += p.a;
+            else
+                chain.insert(chain.begin(), HistogramEntry{p.r, p.g, p.b, 255, p.a});
+        }
+    std::vector<HistogramEntry> expected;
+    for (auto &[key, chain] : buckets)
+        for (HistogramEntry e : chain) {
+            e.weight /= 255;
+            expected.push_back(e);
+        }
+
+    const auto check = [&](const Bitmap &b, const char *what) {
+        const auto actual = colourHistogram(b);
+        ASSERT_EQ(actual.size(), expected.size()) << what;
+        for (std::size_t i = 0; i < actual.size(); ++i) {
+            EXPECT_EQ(actual[i].red, expected[i].red) << what << " entry " << i;
+            EXPECT_EQ(actual[i].green, expected[i].green) << what << " entry " << i;
+            EXPECT_EQ(actual[i].blue, expected[i].blue) << what << " entry " << i;
+            EXPECT_EQ(actual[i].weight, expected[i].weight) << what << " entry " << i;
+        }
+    };
+
+    // RGBA, four bytes a pixel.
+    RgbaImage rgba(width, height);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            rgba.set(x, y, at(x, y));
+    check(rgba.bitmap(), "RGBA");
+
+    // ARGB in five-byte pixels with padded rows: the general reader.
+    const int stride = width * 5 + 3;
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(stride * height));
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            const Rgba p = at(x, y);
+            std::uint8_t *q = bytes.data() + y * stride + x * 5;
+            q[0] = p.a;
+            q[1] = p.r;
+            q[2] = p.g;
+            q[3] = p.b;
+        }
+    Bitmap argb;
+    argb.pixelsWide = width;
+    argb.pixelsHigh = height;
+    argb.samplesPerPixel = 4;
+    argb.bitsPerPixel = 40;
+    argb.bytesPerRow = stride;
+    argb.hasAlpha = true;
+    argb.bitmapFormat = AlphaFirst | AlphaNonpremultiplied;
+    argb.colourModel = ColourModel::RGB;
+    argb.data = bytes.data();
+    check(argb, "ARGB");
 }
 
 TEST(ColourHistogram, GreyBitmapsKeyByGreyByte)
