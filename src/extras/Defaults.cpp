@@ -414,6 +414,8 @@ struct Defaults::Private
         case DiskState::Unreadable:
             qCWarning(lcSettings).noquote() << "Cannot read the settings file" << filePath << ":"
                                             << disk.error << "; keeping the current settings";
+            // Writing now would replace content Kelp has not seen.
+            writesBlocked = true;
             return;
         case DiskState::Corrupt:
             if (fromWatcher && !retryDone) {

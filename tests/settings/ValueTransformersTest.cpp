@@ -11,8 +11,6 @@
 
 #include <gtest/gtest.h>
 
-#include <numbers>
-
 using kelp::TransformerError;
 using kelp::ValueTransformer;
 
@@ -158,18 +156,6 @@ TEST(ValueTransformers, AnythingToBoolCountsThenMeasuresThenReadsTheNumber)
     EXPECT_EQ(forward(text, true), QStringLiteral("YES"));
     EXPECT_EQ(forward(text, 0), QStringLiteral("NO"));
     EXPECT_EQ(forward(text, QStringLiteral("yes")), QStringLiteral("YES"));
-}
-
-TEST(ValueTransformers, AnglesConvertBothWays)
-{
-    const char *degrees = "TQNormalizedFloatToDegreesTransformer";
-    EXPECT_DOUBLE_EQ(forward(degrees, 0.25).toDouble(), 90.0);
-    EXPECT_DOUBLE_EQ(backward(degrees, 180).toDouble(), 0.5);
-    EXPECT_FALSE(forward(degrees, nothing).isValid());
-
-    const char *radians = "TQRadiansToDegreesTransformer";
-    EXPECT_DOUBLE_EQ(forward(radians, std::numbers::pi).toDouble(), 180.0);
-    EXPECT_DOUBLE_EQ(backward(radians, 90).toDouble(), std::numbers::pi / 2);
 }
 
 TEST(ValueTransformers, DatesShowTheirEnglishWeekday)
