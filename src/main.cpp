@@ -20,11 +20,11 @@ int printCatalogue(bool rescan)
     using namespace kelp;
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
-    migrateScanDirectories(defaults);
 
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
     QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue]() {
-        const QByteArray json = QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
+        const QByteArray json =
+            QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
         std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
         std::fflush(stdout);
         QCoreApplication::quit();
@@ -45,15 +45,18 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(KELP_VERSION));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QCoreApplication::translate("main", "Kelp, an application launcher."));
+    parser.setApplicationDescription(
+        QCoreApplication::translate("main", "Kelp, an application launcher."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption printOption(
         QStringLiteral("print-catalogue"),
-        QCoreApplication::translate("main", "Print the catalogue of applications as JSON and exit."));
+        QCoreApplication::translate("main",
+                                    "Print the catalogue of applications as JSON and exit."));
     const QCommandLineOption rescanOption(
         QStringLiteral("rescan"),
-        QCoreApplication::translate("main", "With --print-catalogue: walk the folders even when a cached list exists."));
+        QCoreApplication::translate(
+            "main", "With --print-catalogue: walk the folders even when a cached list exists."));
     parser.addOption(printOption);
     parser.addOption(rescanOption);
 
@@ -66,7 +69,9 @@ int main(int argc, char **argv)
     if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
 
     if (parser.isSet(rescanOption) && !parser.isSet(printOption)) {
-        QTextStream(stderr) << QCoreApplication::translate("main", "--rescan goes with --print-catalogue.") << '\n';
+        QTextStream(stderr) << QCoreApplication::translate("main",
+                                                           "--rescan goes with --print-catalogue.")
+                            << '\n';
         return 2;
     }
     if (!parser.positionalArguments().isEmpty()) {
@@ -77,8 +82,9 @@ int main(int argc, char **argv)
     }
     if (parser.isSet(printOption)) return printCatalogue(parser.isSet(rescanOption));
 
-    QTextStream(stderr) << QCoreApplication::translate(
-                               "main", "Kelp's panel is not part of this build yet. Try 'kelp --print-catalogue'.")
-                        << '\n';
+    QTextStream(stderr)
+        << QCoreApplication::translate(
+               "main", "Kelp's panel is not part of this build yet. Try 'kelp --print-catalogue'.")
+        << '\n';
     return 1;
 }

@@ -10,14 +10,16 @@ namespace {
 QJsonArray pathsJson(const AppList &apps)
 {
     QJsonArray out;
-    for (const TQAppPtr &a : apps) out.append(a->path());
+    for (const TQAppPtr &a : apps)
+        out.append(a->path());
     return out;
 }
 
 QJsonArray pathsJson(const AppLists &apps)
 {
     QJsonArray out;
-    for (const AppList &inner : apps) out.append(pathsJson(inner));
+    for (const AppList &inner : apps)
+        out.append(pathsJson(inner));
     return out;
 }
 

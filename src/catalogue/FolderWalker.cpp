@@ -28,8 +28,7 @@ int FolderWalker::clampDepth(qint64 setting)
 
 FolderWalker::FolderWalker(const AppsOnDisk &appsOnDisk, QStringList scanFolders, int maxDepth)
     : _appsOnDisk(appsOnDisk), _scanFolders(std::move(scanFolders)), _maxDepth(clampDepth(maxDepth))
-{
-}
+{}
 
 WalkResult FolderWalker::walk()
 {
@@ -56,7 +55,8 @@ void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, 
     const QString canonical = QFileInfo(folder).canonicalFilePath();
     if (canonical.isEmpty() || _descent.contains(canonical)) {
         if (!canonical.isEmpty())
-            qCDebug(lcCatalogue) << "Not entering" << folder << "again: it leads back to" << canonical;
+            qCDebug(lcCatalogue) << "Not entering" << folder << "again: it leads back to"
+                                 << canonical;
         --_depth;
         return;
     }
@@ -64,16 +64,14 @@ void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, 
     result.listedFolders.append(folder);
 
     QDir dir(folder);
-    const QStringList names =
-        dir.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                      QDir::Name);
-    if (names.isEmpty() && !dir.isReadable())
-        qCDebug(lcCatalogue) << "Cannot list" << folder;
+    const QStringList names = dir.entryList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+    if (names.isEmpty() && !dir.isReadable()) qCDebug(lcCatalogue) << "Cannot list" << folder;
 
     for (const QString &entry : names) {
         if (_cancel && _cancel->load()) break;
-        const QString path = folder == QLatin1String("/") ? folder + entry
-                                                          : folder + QLatin1Char('/') + entry;
+        const QString path =
+            folder == QLatin1String("/") ? folder + entry : folder + QLatin1Char('/') + entry;
         const ItemInfo info = _appsOnDisk.inspect(path);
         // A desktop entry shadows every later one with the same ID, even when it is hidden itself.
         bool shadowed = false;
@@ -87,7 +85,8 @@ void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, 
         switch (info.kind) {
         case ItemInfo::Application:
             if (shadowed) {
-                qCDebug(lcCatalogue) << path << "is shadowed by" << _seenDesktopIds.value(info.desktopId);
+                qCDebug(lcCatalogue)
+                    << path << "is shadowed by" << _seenDesktopIds.value(info.desktopId);
                 break;
             }
             into.append({path, info.name, QFileInfo(path).lastModified().toMSecsSinceEpoch()});
@@ -113,21 +112,23 @@ QStringList FolderWalker::foldersToWatch(const QStringList &roots, int maxDepth)
 {
     QStringList out;
     const int limit = clampDepth(maxDepth);
-    std::function<void(const QString &, int, QStringList &)> visit =
-        [&](const QString &folder, int depth, QStringList &descent) {
-            const QString canonical = QFileInfo(folder).canonicalFilePath();
-            if (canonical.isEmpty() || descent.contains(canonical)) return;
-            out.append(folder);
-            if (depth >= limit) return;
-            descent.append(canonical);
-            const QStringList subs = QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-            for (const QString &sub : subs) {
-                if (sub.endsWith(QLatin1String(".framework")) || sub.endsWith(QLatin1String(".app")))
-                    continue;
-                visit(folder + QLatin1Char('/') + sub, depth + 1, descent);
-            }
-            descent.removeLast();
-        };
+    std::function<void(const QString &, int, QStringList &)> visit = [&](const QString &folder,
+                                                                         int depth,
+                                                                         QStringList &descent) {
+        const QString canonical = QFileInfo(folder).canonicalFilePath();
+        if (canonical.isEmpty() || descent.contains(canonical)) return;
+        out.append(folder);
+        if (depth >= limit) return;
+        descent.append(canonical);
+        const QStringList subs =
+            QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
+        for (const QString &sub : subs) {
+            if (sub.endsWith(QLatin1String(".framework")) || sub.endsWith(QLatin1String(".app")))
+                continue;
+            visit(folder + QLatin1Char('/') + sub, depth + 1, descent);
+        }
+        descent.removeLast();
+    };
     for (const QString &root : roots) {
         QStringList descent;
         visit(TQApp::standardizePath(root), 1, descent);

@@ -22,8 +22,8 @@ namespace kelp {
 
 struct FoundApp
 {
-    QString path; // standardised
-    QString name; // localised name, empty when the entry has none of its own
+    QString path;        // standardised
+    QString name;        // localised name, empty when the entry has none of its own
     qint64 modified = 0; // modification time (ms since the epoch) when the name was read
 };
 
@@ -60,7 +60,7 @@ private:
     QStringList _scanFolders;
     int _maxDepth;
     int _depth = 0;
-    QStringList _descent; // canonical paths of the folders being walked
+    QStringList _descent;                    // canonical paths of the folders being walked
     QHash<QString, QString> _seenDesktopIds; // desktop-file ID -> path of the entry that owns it
     Progress _progress;
     const std::atomic<bool> *_cancel = nullptr;

@@ -4,11 +4,26 @@ namespace kelp {
 namespace {
 
 // The C locale's classes, spelled out so that the result never depends on the process locale.
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; }
-bool isUpper(char c) { return c >= 'A' && c <= 'Z'; }
-bool isLower(char c) { return c >= 'a' && c <= 'z'; }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-char toLower(char c) { return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c; }
+bool isSpace(char c)
+{
+    return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
+}
+bool isUpper(char c)
+{
+    return c >= 'A' && c <= 'Z';
+}
+bool isLower(char c)
+{
+    return c >= 'a' && c <= 'z';
+}
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+char toLower(char c)
+{
+    return isUpper(c) ? static_cast<char>(c - 'A' + 'a') : c;
+}
 bool isVowel(char c)
 {
     const char l = toLower(c);

@@ -11,11 +11,13 @@
 #include <QMutex>
 #include <QPainter>
 
+#include <atomic>
+
 namespace kelp {
 
-TQApp::TQApp(const QString &path)
-    : _path(standardizePath(path)), _icon(dotImage())
+TQApp::TQApp(const QString &path) : _path(standardizePath(path)), _icon(dotImage())
 {
+    _foldedName = name().toCaseFolded();
 }
 
 QString TQApp::standardizePath(const QString &path)
@@ -35,14 +37,16 @@ bool TQApp::setPath(const QString &path)
     if (standard == _path) return false;
     _path = standard;
     _displayName.clear();
+    _foldedName = name().toCaseFolded();
     return true;
 }
 
 QString TQApp::fileBaseName() const
 {
-    const QString last = _path.section(QLatin1Char('/'), -1);
+    const qsizetype slash = _path.lastIndexOf(QLatin1Char('/'));
+    const QStringView last = QStringView(_path).mid(slash + 1);
     const qsizetype dot = last.lastIndexOf(QLatin1Char('.'));
-    return dot > 0 ? last.left(dot) : last;
+    return (dot > 0 ? last.left(dot) : last).toString();
 }
 
 QString TQApp::name() const
@@ -53,6 +57,7 @@ QString TQApp::name() const
 void TQApp::setDisplayName(const QString &name)
 {
     _displayName = name.trimmed();
+    _foldedName = this->name().toCaseFolded();
     findLetters();
     findExcludedStringsInName();
 }
@@ -68,15 +73,21 @@ bool TQApp::containsLetter(char c) const
     return c != '\0' && _hasLetters && _letters.contains(c);
 }
 
+namespace {
+// The excluded substrings, case-folded; loaded once, and tried again while loading fails.
+QMutex excludedMutex;
+QStringList excludedSubstrings;
+QStringList foldedExcludedSubstrings;
+std::atomic<bool> excludedLoaded{false};
+} // namespace
+
 QStringList TQApp::excludedNameSubstrings()
 {
-    // Loaded once; a missing or malformed resource is tried again on the next call.
-    static QMutex mutex;
-    static QStringList substrings;
-    static bool loaded = false;
-    QMutexLocker lock(&mutex);
-    if (loaded) return substrings;
-    const plist::ReadResult read = plist::readFile(QStringLiteral(":/kelp/ExcludedNameSubstrings.plist"));
+    if (excludedLoaded.load(std::memory_order_acquire)) return excludedSubstrings;
+    QMutexLocker lock(&excludedMutex);
+    if (excludedLoaded.load()) return excludedSubstrings;
+    const plist::ReadResult read =
+        plist::readFile(QStringLiteral(":/kelp/ExcludedNameSubstrings.plist"));
     if (!read.ok() || read.value.typeId() != QMetaType::QVariantList) {
         qCWarning(lcCatalogue) << "The list of excluded name substrings could not be read:"
                                << read.error;
@@ -87,17 +98,19 @@ QStringList TQApp::excludedNameSubstrings()
         if (v.typeId() == QMetaType::QString && !v.toString().isEmpty()) list.append(v.toString());
     }
     if (list.isEmpty()) return {};
-    substrings = list;
-    loaded = true;
-    return substrings;
+    excludedSubstrings = list;
+    for (const QString &sub : list)
+        foldedExcludedSubstrings.append(sub.toCaseFolded());
+    excludedLoaded.store(true, std::memory_order_release);
+    return excludedSubstrings;
 }
 
 void TQApp::findExcludedStringsInName()
 {
     _containsExcludedKeywords = false;
-    const QString n = name();
-    for (const QString &s : excludedNameSubstrings()) {
-        if (n.contains(s, Qt::CaseInsensitive)) {
+    if (excludedNameSubstrings().isEmpty()) return; // loads the list when needed
+    for (const QString &sub : std::as_const(foldedExcludedSubstrings)) {
+        if (_foldedName.contains(sub)) {
             _containsExcludedKeywords = true;
             break;
         }

@@ -59,6 +59,8 @@ public:
     // recomputes the letters and the excluded-keyword flag.
     void setDisplayName(const QString &name);
     bool hasDisplayName() const { return !_displayName.isEmpty(); }
+    // The name case-folded once, for sorting and matching without folding on every comparison.
+    const QString &foldedName() const { return _foldedName; }
 
     // Filter letters.
     void findLetters();
@@ -96,7 +98,10 @@ public:
     void setColorSortValue(double v) { _colorSortValue = v; }
 
     QString description() const { return _path; }
-    bool isEqual(const TQApp *other) const { return other && (other == this || other->_path == _path); }
+    bool isEqual(const TQApp *other) const
+    {
+        return other && (other == this || other->_path == _path);
+    }
     size_t hash() const { return qHash(_path); }
 
     // Small placeholder images: "dot" while no icon is loaded, "notfound" when none can be.
@@ -107,6 +112,7 @@ private:
     QString _path;
     bool _pathIsValid = false;
     QString _displayName;
+    QString _foldedName;
     QImage _icon;
     QByteArray _letters;
     bool _hasLetters = false;

@@ -8,11 +8,13 @@
 #include "extras/Plist.h"
 #include "platform/AppsOnDisk.h"
 
+#include <QDataStream>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
+#include <QSaveFile>
 #include <QStandardPaths>
 #include <QThreadPool>
 
@@ -41,7 +43,8 @@ QSet<QString> pathSet(const AppList &list)
 {
     QSet<QString> set;
     set.reserve(list.size());
-    for (const TQAppPtr &a : list) set.insert(a->path());
+    for (const TQAppPtr &a : list)
+        set.insert(a->path());
     return set;
 }
 
@@ -81,17 +84,18 @@ QStringList stringsOf(const QVariant &value)
 QString nameCachePath()
 {
     return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-           QStringLiteral("/Kelp/AppNames.plist");
+           QStringLiteral("/Kelp/AppNames.cache");
 }
 
 // Keeps a file that could not be understood beside the new one, so nothing the user arranged is
 // lost for good when Kelp writes the file again.
 void keepAside(const QString &path, const QString &reason)
 {
-    const QString aside =
-        path + QStringLiteral(".corrupt-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    const QString aside = path + QStringLiteral(".corrupt-") +
+                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
     if (QFile::rename(path, aside))
-        qCWarning(lcCatalogue).noquote() << path << "could not be read (" + reason + "); kept as" << aside;
+        qCWarning(lcCatalogue).noquote()
+            << path << "could not be read (" + reason + "); kept as" << aside;
     else
         qCWarning(lcCatalogue).noquote() << path << "could not be read (" + reason + ")";
 }
@@ -161,33 +165,47 @@ bool TQAppManager::isTwoLevelGroup(int group)
 const AppList *TQAppManager::flatArrayForGroup(int group) const
 {
     switch (group) {
-    case Running: return &_runningApps;
-    case Included1D: return &_includedApps1D;
-    case Excluded1D: return &_excludedApps1D;
-    case All1D: return &_allApps1D;
-    case Missing: return &_missingApps;
-    case User1D: return &_userApps1D;
-    default: return nullptr;
+    case Running:
+        return &_runningApps;
+    case Included1D:
+        return &_includedApps1D;
+    case Excluded1D:
+        return &_excludedApps1D;
+    case All1D:
+        return &_allApps1D;
+    case Missing:
+        return &_missingApps;
+    case User1D:
+        return &_userApps1D;
+    default:
+        return nullptr;
     }
 }
 
 const AppLists *TQAppManager::bunchedArrayForGroup(int group) const
 {
     switch (group) {
-    case Included: return &_includedApps;
-    case Excluded: return &_excludedApps;
-    case All: return &_allApps;
-    case User: return &_userApps;
-    default: return nullptr;
+    case Included:
+        return &_includedApps;
+    case Excluded:
+        return &_excludedApps;
+    case All:
+        return &_allApps;
+    case User:
+        return &_userApps;
+    default:
+        return nullptr;
     }
 }
 
 int TQAppManager::groupForAppArray(const void *array) const
 {
-    static const int order[] = {Running, All, All1D, Included, Included1D, Excluded, Excluded1D, Missing, User, User1D};
+    static const int order[] = {Running,  All,        All1D,   Included, Included1D,
+                                Excluded, Excluded1D, Missing, User,     User1D};
     for (int group : order) {
-        const void *candidate = isTwoLevelGroup(group) ? static_cast<const void *>(bunchedArrayForGroup(group))
-                                                       : static_cast<const void *>(flatArrayForGroup(group));
+        const void *candidate = isTwoLevelGroup(group)
+                                    ? static_cast<const void *>(bunchedArrayForGroup(group))
+                                    : static_cast<const void *>(flatArrayForGroup(group));
         if (candidate == array) return group;
     }
     return NoGroup;
@@ -195,30 +213,33 @@ int TQAppManager::groupForAppArray(const void *array) const
 
 QString TQAppManager::arrayNameForGroup(int group)
 {
-    static const char *names[] = {"runningApps",   "includedApps",   "includedApps1D", "excludedApps",
-                                  "excludedApps1D", "allApps",       "allApps1D",      "missingApps",
-                                  "userApps",      "userApps1D"};
+    static const char *names[] = {
+        "runningApps", "includedApps", "includedApps1D", "excludedApps", "excludedApps1D",
+        "allApps",     "allApps1D",    "missingApps",    "userApps",     "userApps1D"};
     return group >= 0 && group <= 9 ? QString::fromLatin1(names[group]) : QString();
 }
 
 qsizetype TQAppManager::allAppsTotalCount() const
 {
     qsizetype n = 0;
-    for (const AppList &inner : _allApps) n += inner.size();
+    for (const AppList &inner : _allApps)
+        n += inner.size();
     return n;
 }
 
 qsizetype TQAppManager::allAppsLongestArrayCount() const
 {
     qsizetype n = 0;
-    for (const AppList &inner : _allApps) n = std::max(n, inner.size());
+    for (const AppList &inner : _allApps)
+        n = std::max(n, inner.size());
     return n;
 }
 
 qsizetype TQAppManager::includedAppsLongestArrayCount() const
 {
     qsizetype n = 0;
-    for (const AppList &inner : _includedApps) n = std::max(n, inner.size());
+    for (const AppList &inner : _includedApps)
+        n = std::max(n, inner.size());
     return n;
 }
 
@@ -226,7 +247,8 @@ QStringList TQAppManager::pathsFromApps(const AppList &apps)
 {
     QStringList paths;
     paths.reserve(apps.size());
-    for (const TQAppPtr &a : apps) paths.append(a->path());
+    for (const TQAppPtr &a : apps)
+        paths.append(a->path());
     return paths;
 }
 
@@ -234,7 +256,8 @@ QList<QStringList> TQAppManager::pathArraysFromAppArrays(const AppLists &apps)
 {
     QList<QStringList> out;
     out.reserve(apps.size());
-    for (const AppList &inner : apps) out.append(pathsFromApps(inner));
+    for (const AppList &inner : apps)
+        out.append(pathsFromApps(inner));
     return out;
 }
 
@@ -242,7 +265,8 @@ AppList TQAppManager::appsFromPaths(const QStringList &paths)
 {
     AppList apps;
     apps.reserve(paths.size());
-    for (const QString &p : paths) apps.append(appForPath(p));
+    for (const QString &p : paths)
+        apps.append(appForPath(p));
     return apps;
 }
 
@@ -250,30 +274,53 @@ AppLists TQAppManager::appArraysFromPathArrays(const QList<QStringList> &paths)
 {
     AppLists out;
     out.reserve(paths.size());
-    for (const QStringList &inner : paths) out.append(appsFromPaths(inner));
+    for (const QStringList &inner : paths)
+        out.append(appsFromPaths(inner));
     return out;
 }
 
 void TQAppManager::announce(int group)
 {
     switch (group) {
-    case Running: Q_EMIT runningAppsChanged(); break;
-    case Included: Q_EMIT includedAppsChanged(); break;
-    case Included1D: Q_EMIT includedApps1DChanged(); break;
-    case Excluded: Q_EMIT excludedAppsChanged(); break;
-    case Excluded1D: Q_EMIT excludedApps1DChanged(); break;
-    case All: Q_EMIT allAppsChanged(); break;
-    case All1D: Q_EMIT allApps1DChanged(); break;
-    case Missing: Q_EMIT missingAppsChanged(); break;
-    case User: Q_EMIT userAppsChanged(); break;
-    case User1D: Q_EMIT userApps1DChanged(); break;
-    default: break;
+    case Running:
+        Q_EMIT runningAppsChanged();
+        break;
+    case Included:
+        Q_EMIT includedAppsChanged();
+        break;
+    case Included1D:
+        Q_EMIT includedApps1DChanged();
+        break;
+    case Excluded:
+        Q_EMIT excludedAppsChanged();
+        break;
+    case Excluded1D:
+        Q_EMIT excludedApps1DChanged();
+        break;
+    case All:
+        Q_EMIT allAppsChanged();
+        break;
+    case All1D:
+        Q_EMIT allApps1DChanged();
+        break;
+    case Missing:
+        Q_EMIT missingAppsChanged();
+        break;
+    case User:
+        Q_EMIT userAppsChanged();
+        break;
+    case User1D:
+        Q_EMIT userApps1DChanged();
+        break;
+    default:
+        break;
     }
 }
 
 void TQAppManager::announceAll()
 {
-    for (int g = 0; g <= 9; ++g) announce(g);
+    for (int g = 0; g <= 9; ++g)
+        announce(g);
 }
 
 // --- Files ----------------------------------------------------------------------------------
@@ -289,7 +336,8 @@ QStringList TQAppManager::machineCatalogueFolders()
 {
     QStringList out;
     const QString user = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    for (const QString &dir : QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation)) {
+    for (const QString &dir :
+         QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation)) {
         if (dir != user) out.append(dir + QStringLiteral("/Kelp"));
     }
     return out;
@@ -326,7 +374,8 @@ bool TQAppManager::writeAppArrays(const AppLists &apps, const QString &fileName,
 {
     QVariantList outer;
     outer.reserve(apps.size());
-    for (const AppList &inner : apps) outer.append(QVariant(pathsFromApps(inner)));
+    for (const AppList &inner : apps)
+        outer.append(QVariant(pathsFromApps(inner)));
     return writePaths(QVariant(outer), fileName, domain);
 }
 
@@ -337,7 +386,8 @@ QVariant TQAppManager::readPathArraysFromAppSupportFile(const QString &fileName,
         const QVariant v = _defaults.value(QFileInfo(fileName).completeBaseName());
         return v.typeId() == QMetaType::QVariantList ? v : QVariant();
     }
-    const QStringList folders = domain == UserDomain ? QStringList{catalogueFolder()} : machineCatalogueFolders();
+    const QStringList folders =
+        domain == UserDomain ? QStringList{catalogueFolder()} : machineCatalogueFolders();
     QVariantList merged;
     bool found = false;
     for (const QString &folder : folders) {
@@ -362,7 +412,8 @@ QVariant TQAppManager::readPathArraysFromAppSupportFile(const QString &fileName,
             if (domain == UserDomain)
                 keepAside(path, QStringLiteral("its root is not an array"));
             else
-                qCWarning(lcCatalogue).noquote() << "Ignoring" << path << ": its root is not an array";
+                qCWarning(lcCatalogue).noquote()
+                    << "Ignoring" << path << ": its root is not an array";
             continue;
         }
         found = true;
@@ -373,7 +424,8 @@ QVariant TQAppManager::readPathArraysFromAppSupportFile(const QString &fileName,
 
 void TQAppManager::readAllAppsFromDisk()
 {
-    const QVariantList root = readPathArraysFromAppSupportFile(kAllApplicationsFile, UserDomain).toList();
+    const QVariantList root =
+        readPathArraysFromAppSupportFile(kAllApplicationsFile, UserDomain).toList();
     if (!isTwoLevelVariant(root)) return;
     AppLists all;
     for (const QVariant &inner : root) {
@@ -387,7 +439,8 @@ void TQAppManager::readAllAppsFromDisk()
 
 void TQAppManager::readExcludedApps1DFromDisk()
 {
-    QStringList paths = stringsOf(readPathArraysFromAppSupportFile(kExcludedApplicationsFile, UserDomain));
+    QStringList paths =
+        stringsOf(readPathArraysFromAppSupportFile(kExcludedApplicationsFile, UserDomain));
     paths += stringsOf(readPathArraysFromAppSupportFile(kExcludedApplicationsFile, LocalDomain));
     QSet<QString> unique;
     AppList excluded;
@@ -417,7 +470,8 @@ void TQAppManager::readUserAppsFromDisk()
         _userApps = bunches;
         announce(User);
     }
-    const QStringList flat = stringsOf(readPathArraysFromAppSupportFile(kUserApplications1DFile, UserDomain));
+    const QStringList flat =
+        stringsOf(readPathArraysFromAppSupportFile(kUserApplications1DFile, UserDomain));
     if (!flat.isEmpty()) {
         _userApps1D = appsFromPaths(flat);
         announce(User1D);
@@ -442,14 +496,16 @@ void TQAppManager::writeExclusionFile()
 void TQAppManager::rebuildAllApps1D()
 {
     _allApps1D.clear();
-    for (const AppList &inner : _allApps) _allApps1D.append(inner);
+    for (const AppList &inner : _allApps)
+        _allApps1D.append(inner);
     announce(All1D);
 }
 
 void TQAppManager::rebuildUserApps1D()
 {
     _userApps1D.clear();
-    for (const AppList &bunch : _userApps) _userApps1D.append(bunch);
+    for (const AppList &bunch : _userApps)
+        _userApps1D.append(bunch);
     announce(User1D);
 }
 
@@ -457,9 +513,11 @@ void TQAppManager::rebuildEverythingSet()
 {
     QHash<QString, TQAppPtr> set;
     for (const AppList &inner : _allApps)
-        for (const TQAppPtr &a : inner) set.insert(a->path(), a);
+        for (const TQAppPtr &a : inner)
+            set.insert(a->path(), a);
     for (const AppList &bunch : _userApps)
-        for (const TQAppPtr &a : bunch) set.insert(a->path(), a);
+        for (const TQAppPtr &a : bunch)
+            set.insert(a->path(), a);
     _everything = set;
 }
 
@@ -476,7 +534,8 @@ void TQAppManager::rebuildDependentApps()
 
     const QSet<QString> missing = pathSet(_missingApps);
     if (sharesAny(_userApps1D, missing)) {
-        for (AppList &bunch : _userApps) removePaths(bunch, missing); // emptied bunches stay
+        for (AppList &bunch : _userApps)
+            removePaths(bunch, missing); // emptied bunches stay
         removePaths(_userApps1D, missing);
         announce(User);
         announce(User1D);
@@ -493,7 +552,8 @@ void TQAppManager::rebuildDependentApps()
     _excludedApps.clear();
     for (const AppList &inner : std::as_const(_allApps)) {
         AppList included, excludedPart;
-        for (const TQAppPtr &a : inner) (excluded.contains(a->path()) ? excludedPart : included).append(a);
+        for (const TQAppPtr &a : inner)
+            (excluded.contains(a->path()) ? excludedPart : included).append(a);
         if (!included.isEmpty()) {
             _includedApps.append(included);
             _includedApps1D.append(included);
@@ -550,18 +610,24 @@ int TQAppManager::autoExcludeDockApps(bool dockApps, bool namedApps)
     if (dockApps) {
         const plist::ReadResult dock = plist::readFile(dockPreferencesFile());
         if (dock.ok()) {
-            for (const QVariant &item : dock.value.toMap().value(QStringLiteral("persistent-apps")).toList()) {
+            for (const QVariant &item :
+                 dock.value.toMap().value(QStringLiteral("persistent-apps")).toList()) {
                 const QString url = item.toMap()
-                                        .value(QStringLiteral("tile-data")).toMap()
-                                        .value(QStringLiteral("file-data")).toMap()
-                                        .value(QStringLiteral("_CFURLString")).toString();
+                                        .value(QStringLiteral("tile-data"))
+                                        .toMap()
+                                        .value(QStringLiteral("file-data"))
+                                        .toMap()
+                                        .value(QStringLiteral("_CFURLString"))
+                                        .toString();
                 if (url.isEmpty()) continue;
                 // Taken as a path even when it is written as a file URL.
-                const QString path = url.startsWith(QLatin1String("file:")) ? QUrl(url).toLocalFile() : url;
+                const QString path =
+                    url.startsWith(QLatin1String("file:")) ? QUrl(url).toLocalFile() : url;
                 exclude(appForPath(path));
             }
         } else if (dock.status != plist::ReadResult::Missing) {
-            qCInfo(lcCatalogue).noquote() << "Ignoring the dock file" << dockPreferencesFile() << ":" << dock.error;
+            qCInfo(lcCatalogue).noquote()
+                << "Ignoring the dock file" << dockPreferencesFile() << ":" << dock.error;
         }
         // The desktop's own favourites are already one click away.
         if (_appsOnDisk) {
@@ -672,7 +738,8 @@ void TQAppManager::removeAppsFromUserApps(const AppList &apps)
 {
     const QSet<QString> paths = pathSet(apps);
     if (!sharesAny(_userApps1D, paths)) return;
-    for (AppList &bunch : _userApps) removePaths(bunch, paths);
+    for (AppList &bunch : _userApps)
+        removePaths(bunch, paths);
     _userApps.removeIf([](const AppList &bunch) { return bunch.isEmpty(); });
     removePaths(_userApps1D, paths);
     announce(User);
@@ -684,13 +751,15 @@ void TQAppManager::removeAppsFromAllArrays(const AppList &apps)
 {
     const QSet<QString> paths = pathSet(apps);
     bool inSet = false;
-    for (const QString &p : paths) inSet = inSet || _everything.contains(p);
+    for (const QString &p : paths)
+        inSet = inSet || _everything.contains(p);
     if (!inSet) return;
 
     removeAppsFromUserApps(apps);
     auto strip = [&](AppLists &twoLevel, AppList &flat, int twoLevelGroup, int flatGroup) {
         if (!sharesAny(flat, paths)) return;
-        for (AppList &inner : twoLevel) removePaths(inner, paths); // emptied inner arrays stay
+        for (AppList &inner : twoLevel)
+            removePaths(inner, paths); // emptied inner arrays stay
         removePaths(flat, paths);
         announce(twoLevelGroup);
         announce(flatGroup);
@@ -752,9 +821,11 @@ void TQAppManager::locateUserApps()
             if (entry->isPathValid()) continue;
             const TQAppPtr match = bestMatchForApp(entry, candidates);
             if (!match) continue;
-            qCInfo(lcCatalogue).noquote() << "Favourite" << entry->path() << "found again at" << match->path();
+            qCInfo(lcCatalogue).noquote()
+                << "Favourite" << entry->path() << "found again at" << match->path();
             entry = match;
-            candidates.removeAt(indexOfApp(candidates, match)); // one found app replaces one favourite
+            candidates.removeAt(
+                indexOfApp(candidates, match)); // one found app replaces one favourite
         }
     }
     announce(User);
@@ -770,7 +841,8 @@ void TQAppManager::sortArray(AppList &array)
     for (const AppList &bunch : std::as_const(_userApps)) {
         if (&bunch == &array) return;
     }
-    if (&array == &_runningApps && _defaults.boolean(QStringLiteral("sortRunningByLaunchOrder"))) return;
+    if (&array == &_runningApps && _defaults.boolean(QStringLiteral("sortRunningByLaunchOrder")))
+        return;
 
     const qint64 order = _defaults.integer(QStringLiteral("groupContentsSortOrder"));
     if (order == 0) {
@@ -782,18 +854,17 @@ void TQAppManager::sortArray(AppList &array)
             return a->colorSortValue() < b->colorSortValue();
         });
     } else {
+        // Names compare case-insensitively (folded once per entry, not per comparison).
         std::stable_sort(array.begin(), array.end(), [](const TQAppPtr &a, const TQAppPtr &b) {
-            const int byName = a->name().compare(b->name(), Qt::CaseInsensitive);
-            if (byName != 0) return byName < 0;
-            return a->path().section(QLatin1Char('/'), -1).compare(b->path().section(QLatin1Char('/'), -1),
-                                                                   Qt::CaseInsensitive) < 0;
+            return a->foldedName() < b->foldedName();
         });
     }
 }
 
 void TQAppManager::sortAllApps()
 {
-    for (AppList &inner : _allApps) sortArray(inner);
+    for (AppList &inner : _allApps)
+        sortArray(inner);
     sortArray(_allApps1D);
     announce(All);
     announce(All1D);
@@ -802,9 +873,11 @@ void TQAppManager::sortAllApps()
 void TQAppManager::sortAllArrays()
 {
     sortAllApps();
-    for (AppList &inner : _includedApps) sortArray(inner);
+    for (AppList &inner : _includedApps)
+        sortArray(inner);
     sortArray(_includedApps1D);
-    for (AppList &inner : _excludedApps) sortArray(inner);
+    for (AppList &inner : _excludedApps)
+        sortArray(inner);
     sortArray(_excludedApps1D);
     announce(Included);
     announce(Included1D);
@@ -818,11 +891,13 @@ void TQAppManager::sortAllArrays()
 
 // --- Settings -------------------------------------------------------------------------------
 
-void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue, const QVariant &newValue)
+void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue,
+                                   const QVariant &newValue)
 {
     if (key == QLatin1String("groupContentsSortOrder")) {
         sortAllArrays();
-    } else if (key == QLatin1String("searchDirectories") || key == QLatin1String("scanDirectories")) {
+    } else if (key == QLatin1String("searchDirectories") ||
+               key == QLatin1String("scanDirectories")) {
         queueScanPathListChanged();
     } else if (key == QLatin1String("maxFolderRecursionDepth")) {
         // Read at the start of the next walk.
@@ -863,7 +938,8 @@ QStringList TQAppManager::uniquedPathsToScan() const
 
 void TQAppManager::updateMaxRecursionDepth()
 {
-    _maxRecursionDepth = FolderWalker::clampDepth(_defaults.integer(QStringLiteral("maxFolderRecursionDepth")));
+    _maxRecursionDepth =
+        FolderWalker::clampDepth(_defaults.integer(QStringLiteral("maxFolderRecursionDepth")));
 }
 
 void TQAppManager::showProgressStep(int step, int count, const QString &label)
@@ -910,13 +986,14 @@ void TQAppManager::scanSearchFoldersForAllApps(std::function<void()> done)
         FolderWalker walker(*appsOnDisk, folders, depth);
         walker.setCancelFlag(cancel.get());
         walker.setProgress([this](int s, int c, const QString &l) {
-            QMetaObject::invokeMethod(this, [this, s, c, l]() { showProgressStep(s, c, l); },
-                                      Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this, s, c, l]() { showProgressStep(s, c, l); }, Qt::QueuedConnection);
         });
         WalkResult result = walker.walk();
         if (cancel->load()) return;
-        QMetaObject::invokeMethod(this, [this, result = std::move(result)]() { applyWalk(result); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this, result = std::move(result)]() { applyWalk(result); },
+            Qt::QueuedConnection);
     });
 }
 
@@ -929,7 +1006,8 @@ void TQAppManager::applyWalk(const WalkResult &result)
         inner.reserve(folder.size());
         for (const FoundApp &found : folder) {
             TQAppPtr app = appForPath(found.path);
-            if (app->name() != (found.name.isEmpty() ? app->fileBaseName() : found.name) || !app->hasLetters())
+            if (app->name() != (found.name.isEmpty() ? app->fileBaseName() : found.name) ||
+                !app->hasLetters())
                 app->setDisplayName(found.name);
             CachedName &cached = _nameCache[app->path()];
             if (cached.name != found.name || cached.modified != found.modified) {
@@ -952,7 +1030,8 @@ void TQAppManager::applyWalk(const WalkResult &result)
         return;
     }
     const auto continuations = std::exchange(_afterWalk, {});
-    for (const auto &next : continuations) next();
+    for (const auto &next : continuations)
+        next();
 }
 
 void TQAppManager::fullScan()
@@ -1004,7 +1083,8 @@ void TQAppManager::scanPathListDidChange()
 QStringList TQAppManager::spotlightScanPaths() const
 {
     QStringList standardised;
-    for (const QString &p : pathsToScan()) standardised.append(TQApp::standardizePath(p));
+    for (const QString &p : pathsToScan())
+        standardised.append(TQApp::standardizePath(p));
     return TQNode::scopeForPaths(standardised);
 }
 
@@ -1021,18 +1101,23 @@ void TQAppManager::startSpotlightQuery()
     const int depth = _maxRecursionDepth;
     _pool.start([this, scope, depth, generation]() {
         const QStringList folders = FolderWalker::foldersToWatch(scope, depth);
-        QMetaObject::invokeMethod(this, [this, folders, generation]() {
-            if (generation != _watchGeneration) return; // a newer watch is being set up
-            _watcher = new QFileSystemWatcher(this);
-            const QStringList failed = _watcher->addPaths(folders);
-            if (!failed.isEmpty())
-                qCInfo(lcCatalogue) << "Not watching" << failed.size() << "folders, e.g." << failed.first();
-            connect(_watcher, &QFileSystemWatcher::directoryChanged, this, [this](const QString &path) {
-                qCDebug(lcCatalogue) << "Change in" << path;
-                startFullScanTimer();
-            });
-            Q_EMIT watchStarted();
-        }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this,
+            [this, folders, generation]() {
+                if (generation != _watchGeneration) return; // a newer watch is being set up
+                _watcher = new QFileSystemWatcher(this);
+                const QStringList failed = _watcher->addPaths(folders);
+                if (!failed.isEmpty())
+                    qCInfo(lcCatalogue)
+                        << "Not watching" << failed.size() << "folders, e.g." << failed.first();
+                connect(_watcher, &QFileSystemWatcher::directoryChanged, this,
+                        [this](const QString &path) {
+                            qCDebug(lcCatalogue) << "Change in" << path;
+                            startFullScanTimer();
+                        });
+                Q_EMIT watchStarted();
+            },
+            Qt::QueuedConnection);
     });
 }
 
@@ -1043,35 +1128,63 @@ QStringList TQAppManager::watchedFolders() const
 
 // --- Names ----------------------------------------------------------------------------------
 
+// The name cache is Kelp's own: a versioned binary stream of (path, name, modification time).
+namespace {
+constexpr quint32 kNameCacheMagic = 0x4b4e4331; // "KNC1"
+}
+
 void TQAppManager::loadNameCache()
 {
     _nameCacheLoaded = true;
-    const plist::ReadResult read = plist::readFile(nameCachePath());
-    if (!read.ok()) {
-        if (read.status != plist::ReadResult::Missing)
-            qCInfo(lcCatalogue).noquote() << "Ignoring the name cache:" << read.error;
+    QFile file(nameCachePath());
+    if (!file.open(QIODevice::ReadOnly)) return;
+    QDataStream in(&file);
+    in.setVersion(QDataStream::Qt_6_4);
+    quint32 magic = 0;
+    qint64 count = 0;
+    in >> magic >> count;
+    if (magic != kNameCacheMagic || count < 0 || count > 10'000'000) {
+        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName()
+                            << ": not one of Kelp's";
         return;
     }
-    const QVariantMap map = read.value.toMap();
-    _nameCache.reserve(map.size());
-    for (auto it = map.cbegin(); it != map.cend(); ++it) {
-        const QVariantList pair = it.value().toList();
-        if (pair.size() == 2) _nameCache.insert(it.key(), {pair.at(0).toString(), pair.at(1).toLongLong()});
+    QHash<QString, CachedName> cache;
+    cache.reserve(count);
+    for (qint64 i = 0; i < count && in.status() == QDataStream::Ok; ++i) {
+        QString path;
+        CachedName entry;
+        in >> path >> entry.name >> entry.modified;
+        cache.insert(path, entry);
     }
+    if (in.status() != QDataStream::Ok) {
+        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName() << ": it is truncated";
+        return;
+    }
+    _nameCache = std::move(cache);
 }
 
 void TQAppManager::saveNameCache()
 {
-    QVariantMap map;
-    for (auto it = _nameCache.cbegin(); it != _nameCache.cend(); ++it) {
-        if (_everything.contains(it.key()))
-            map.insert(it.key(), QVariantList{it->name, QVariant(it->modified)});
-    }
     const QString path = nameCachePath();
     QDir().mkpath(QFileInfo(path).absolutePath());
-    QString error;
-    if (!plist::writeXmlFile(path, map, &error))
-        qCInfo(lcCatalogue).noquote() << "Cannot write the name cache" << path << ":" << error;
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        qCInfo(lcCatalogue).noquote()
+            << "Cannot write the name cache" << path << ":" << file.errorString();
+        return;
+    }
+    QDataStream out(&file);
+    out.setVersion(QDataStream::Qt_6_4);
+    qint64 count = 0;
+    for (auto it = _nameCache.cbegin(); it != _nameCache.cend(); ++it)
+        count += _everything.contains(it.key());
+    out << kNameCacheMagic << count;
+    for (auto it = _nameCache.cbegin(); it != _nameCache.cend(); ++it) {
+        if (_everything.contains(it.key())) out << it.key() << it->name << it->modified;
+    }
+    if (!file.commit())
+        qCInfo(lcCatalogue).noquote()
+            << "Cannot write the name cache" << path << ":" << file.errorString();
 }
 
 void TQAppManager::refreshNamesInBackground(std::function<void()> done)
@@ -1106,7 +1219,9 @@ void TQAppManager::refreshNamesInBackground(std::function<void()> done)
             const QFileInfo info(item.path);
             const qint64 modified = info.exists() ? info.lastModified().toMSecsSinceEpoch() : 0;
             if (item.known && modified == item.modified) continue;
-            fresh.append({item.path, appsOnDisk ? appsOnDisk->applicationName(item.path) : QString(), modified});
+            fresh.append({item.path,
+                          appsOnDisk ? appsOnDisk->applicationName(item.path) : QString(),
+                          modified});
         }
         return fresh;
     };
@@ -1116,7 +1231,8 @@ void TQAppManager::refreshNamesInBackground(std::function<void()> done)
     }
     _pool.start([this, work, apply]() {
         QList<FoundApp> fresh = work();
-        QMetaObject::invokeMethod(this, [apply, fresh]() { apply(fresh); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [apply, fresh]() { apply(fresh); }, Qt::QueuedConnection);
     });
 }
 

@@ -56,9 +56,11 @@ public:
     static constexpr qint64 kAtEnd = 2147483647;
 
     static inline const QString kAllApplicationsFile = QStringLiteral("AllApplications.plist");
-    static inline const QString kExcludedApplicationsFile = QStringLiteral("ExcludedApplications.plist");
+    static inline const QString kExcludedApplicationsFile =
+        QStringLiteral("ExcludedApplications.plist");
     static inline const QString kUserApplicationsFile = QStringLiteral("UserApplications.plist");
-    static inline const QString kUserApplications1DFile = QStringLiteral("UserApplications1D.plist");
+    static inline const QString kUserApplications1DFile =
+        QStringLiteral("UserApplications1D.plist");
 
     // The catalogue's registered settings defaults.
     static QVariantMap registeredDefaults();

@@ -2,10 +2,7 @@
 
 namespace kelp {
 
-TQNode::TQNode(const QString &name, TQNode *parent)
-    : _name(name), _parent(parent)
-{
-}
+TQNode::TQNode(const QString &name, TQNode *parent) : _name(name), _parent(parent) {}
 
 TQNode *TQNode::addChildWithName(const QString &name)
 {
@@ -38,7 +35,8 @@ QStringList TQNode::scopeForPaths(const QStringList &standardisedPaths)
         if (!path.startsWith(QLatin1Char('/'))) continue;
         TQNode *node = root.addChildWithName(QStringLiteral("/"));
         const QStringList parts = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-        for (const QString &part : parts) node = node->addChildWithName(part);
+        for (const QString &part : parts)
+            node = node->addChildWithName(part);
         node->setFlagged(true);
     }
     QStringList scope;

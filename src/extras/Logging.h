@@ -1,5 +1,6 @@
 #pragma once
-// One logging category per subsystem. Enable with e.g. QT_LOGGING_RULES="kelp.catalogue.debug=true".
+// One logging category per subsystem. Enable with e.g.
+// QT_LOGGING_RULES="kelp.catalogue.debug=true".
 #include <QLoggingCategory>
 
 Q_DECLARE_LOGGING_CATEGORY(lcCatalogue) // kelp.catalogue: scanning, groups, catalogue files

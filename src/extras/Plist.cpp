@@ -196,8 +196,8 @@ ReadResult readFile(const QString &path)
     result.value = fromData(bytes);
     if (!result.value.isValid()) {
         result.status = ReadResult::Corrupt;
-        result.error = bytes.isEmpty() ? QStringLiteral("empty file")
-                                       : QStringLiteral("not a property list");
+        result.error =
+            bytes.isEmpty() ? QStringLiteral("empty file") : QStringLiteral("not a property list");
         return result;
     }
     result.status = ReadResult::Ok;
@@ -211,12 +211,21 @@ bool writeXmlFile(const QString &path, const QVariant &value, QString *error)
         if (error) *error = QStringLiteral("nothing to write");
         return false;
     }
+    // Unbuffered, and the size checked before the swap: a short write (disk full, file size
+    // limit) must never replace a good file with a cut-off one.
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) {
         if (error) *error = file.errorString();
         return false;
     }
-    if (file.write(xml) != xml.size() || !file.commit()) {
+    if (file.write(xml) != xml.size() || file.size() != xml.size()) {
+        if (error)
+            *error =
+                file.errorString().isEmpty() ? QStringLiteral("short write") : file.errorString();
+        file.cancelWriting();
+        return false;
+    }
+    if (!file.commit()) {
         if (error) *error = file.errorString();
         return false;
     }

@@ -27,7 +27,8 @@ protected:
         qputenv("XDG_CONFIG_HOME", home.filePath(QStringLiteral("config")).toUtf8());
         qputenv("XDG_CACHE_HOME", home.filePath(QStringLiteral("cache")).toUtf8());
         qputenv("XDG_DATA_DIRS", home.filePath(QStringLiteral("machine")).toUtf8());
-        defaults = std::make_unique<Defaults>(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")));
+        defaults =
+            std::make_unique<Defaults>(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")));
         registerAllDefaults(*defaults);
     }
 
@@ -37,7 +38,10 @@ protected:
         catalogue->setWalksInBackground(false);
     }
 
-    QString userFile(const QString &name) const { return TQAppManager::catalogueFolder() + QLatin1Char('/') + name; }
+    QString userFile(const QString &name) const
+    {
+        return TQAppManager::catalogueFolder() + QLatin1Char('/') + name;
+    }
     QString machineFile(const QString &name) const
     {
         return home.filePath(QStringLiteral("machine/Kelp/")) + name;
@@ -46,7 +50,8 @@ protected:
     static QVariant pathsVariant(const QList<QStringList> &lists)
     {
         QVariantList outer;
-        for (const QStringList &l : lists) outer.append(QVariant(l));
+        for (const QStringList &l : lists)
+            outer.append(QVariant(l));
         return outer;
     }
 
@@ -54,12 +59,16 @@ protected:
     void setAll(const QList<QStringList> &folders)
     {
         ASSERT_TRUE(QDir().mkpath(TQAppManager::catalogueFolder()));
-        ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kAllApplicationsFile), pathsVariant(folders)));
+        ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kAllApplicationsFile),
+                                        pathsVariant(folders)));
         catalogue->readAllAppsFromDisk();
     }
 
     static QStringList paths(const AppList &apps) { return TQAppManager::pathsFromApps(apps); }
-    static QList<QStringList> paths(const AppLists &apps) { return TQAppManager::pathArraysFromAppArrays(apps); }
+    static QList<QStringList> paths(const AppLists &apps)
+    {
+        return TQAppManager::pathArraysFromAppArrays(apps);
+    }
     TQAppPtr app(const QString &path) { return catalogue->appForPath(path); }
 
     QTemporaryDir home;

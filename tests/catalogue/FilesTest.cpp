@@ -16,7 +16,8 @@ class Files : public CatalogueFixture
 protected:
     QStringList asideCopies() const
     {
-        return QDir(TQAppManager::catalogueFolder()).entryList({QStringLiteral("*.corrupt-*")}, QDir::Files);
+        return QDir(TQAppManager::catalogueFolder())
+            .entryList({QStringLiteral("*.corrupt-*")}, QDir::Files);
     }
 };
 
@@ -43,14 +44,16 @@ TEST_F(Files, RoundTripThroughANewCatalogue)
 
     // The files are plain XML property lists of paths.
     const QByteArray xml = test::readFile(userFile(TQAppManager::kUserApplicationsFile));
-    EXPECT_TRUE(xml.contains("<array>\n\t<array>\n\t\t<string>/apps/Gamma.app</string>")) << xml.constData();
+    EXPECT_TRUE(xml.contains("<array>\n\t<array>\n\t\t<string>/apps/Gamma.app</string>"))
+        << xml.constData();
 }
 
 TEST_F(Files, MissingFlatListIsRebuiltFromTheBunches)
 {
     makeCatalogue();
     ASSERT_TRUE(QDir().mkpath(TQAppManager::catalogueFolder()));
-    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile), pathsVariant({{B}, {A, C}})));
+    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile),
+                                    pathsVariant({{B}, {A, C}})));
     catalogue->readUserAppsFromDisk();
     EXPECT_EQ(paths(catalogue->userApps1D()), (QStringList{B, A, C}));
 }
@@ -59,18 +62,22 @@ TEST_F(Files, ExclusionsMergeTheMachineList)
 {
     makeCatalogue();
     setAll({{A, B, C}});
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(machineFile(TQAppManager::kExcludedApplicationsFile)).path()));
-    ASSERT_TRUE(plist::writeXmlFile(machineFile(TQAppManager::kExcludedApplicationsFile), QStringList{C, A}));
+    ASSERT_TRUE(
+        QDir().mkpath(QFileInfo(machineFile(TQAppManager::kExcludedApplicationsFile)).path()));
+    ASSERT_TRUE(plist::writeXmlFile(machineFile(TQAppManager::kExcludedApplicationsFile),
+                                    QStringList{C, A}));
     ASSERT_TRUE(QDir().mkpath(TQAppManager::catalogueFolder()));
-    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kExcludedApplicationsFile), QStringList{A, B}));
+    ASSERT_TRUE(
+        plist::writeXmlFile(userFile(TQAppManager::kExcludedApplicationsFile), QStringList{A, B}));
     catalogue->readExcludedApps1DFromDisk();
     catalogue->rebuildDependentApps();
     EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{A, B, C})) << "union, sorted";
 
     // Including writes only the user's file, so the machine's entry comes back at the next read.
     catalogue->includeApp(app(C));
-    EXPECT_EQ(plist::readFile(userFile(TQAppManager::kExcludedApplicationsFile)).value.toStringList(),
-              (QStringList{A, B}));
+    EXPECT_EQ(
+        plist::readFile(userFile(TQAppManager::kExcludedApplicationsFile)).value.toStringList(),
+        (QStringList{A, B}));
     catalogue->readExcludedApps1DFromDisk();
     EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{A, B, C}));
 }
@@ -83,10 +90,10 @@ TEST_F(Files, BadFilesChangeNothingAndAreKeptAside)
     const QList<QStringList> favourites = paths(catalogue->userApps());
 
     const QByteArray garbage[] = {
-        QByteArray(),                                                         // empty
-        QByteArray("<?xml version=\"1.0\"?><plist><array><string>/x</str"),   // truncated
-        QByteArray("\x00\x01\xff\xfe binary noise", 20),                      // noise
-        QByteArray("bplist00"),                                                // a lying header
+        QByteArray(),                                                       // empty
+        QByteArray("<?xml version=\"1.0\"?><plist><array><string>/x</str"), // truncated
+        QByteArray("\x00\x01\xff\xfe binary noise", 20),                    // noise
+        QByteArray("bplist00"),                                             // a lying header
     };
     for (const QByteArray &bytes : garbage) {
         ASSERT_TRUE(test::writeFile(userFile(TQAppManager::kUserApplicationsFile), bytes));
@@ -102,12 +109,14 @@ TEST_F(Files, BadFilesChangeNothingAndAreKeptAside)
     ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kAllApplicationsFile), QStringList{C}));
     catalogue->readAllAppsFromDisk();
     EXPECT_EQ(paths(catalogue->allApps()), (QList<QStringList>{{A, B}}));
-    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile), QVariantMap{{QStringLiteral("x"), 1}}));
+    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile),
+                                    QVariantMap{{QStringLiteral("x"), 1}}));
     catalogue->readUserAppsFromDisk();
     EXPECT_EQ(paths(catalogue->userApps()), favourites);
     // Non-string items inside a list are skipped.
-    ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile),
-                                    QVariantList{QVariantList{A, 5, QVariantMap()}, QVariantList{}}));
+    ASSERT_TRUE(
+        plist::writeXmlFile(userFile(TQAppManager::kUserApplicationsFile),
+                            QVariantList{QVariantList{A, 5, QVariantMap()}, QVariantList{}}));
     catalogue->readUserAppsFromDisk();
     EXPECT_EQ(paths(catalogue->userApps()), (QList<QStringList>{{A}}));
 }
@@ -119,7 +128,8 @@ TEST_F(Files, UnwritableFolderKeepsWorking)
     makeCatalogue();
     catalogue->moveApp(app(A), TQAppManager::User, TQAppManager::kAtEnd, 0);
     EXPECT_EQ(paths(catalogue->userApps1D()), QStringList{A});
-    EXPECT_FALSE(catalogue->writeAppArrays(catalogue->userApps1D(), TQAppManager::kUserApplications1DFile));
+    EXPECT_FALSE(
+        catalogue->writeAppArrays(catalogue->userApps1D(), TQAppManager::kUserApplications1DFile));
 }
 
 TEST_F(Files, ArraysCanLiveInTheSettingsInstead)
@@ -129,6 +139,8 @@ TEST_F(Files, ArraysCanLiveInTheSettingsInstead)
     catalogue->moveApp(app(B), TQAppManager::User, TQAppManager::kAtEnd, 0);
     EXPECT_FALSE(QFile::exists(userFile(TQAppManager::kUserApplicationsFile)));
     EXPECT_EQ(defaults->value(QStringLiteral("UserApplications1D")).toStringList(), QStringList{B});
-    EXPECT_FALSE(catalogue->readPathArraysFromAppSupportFile(TQAppManager::kExcludedApplicationsFile,
-                                                             TQAppManager::LocalDomain).isValid());
+    EXPECT_FALSE(catalogue
+                     ->readPathArraysFromAppSupportFile(TQAppManager::kExcludedApplicationsFile,
+                                                        TQAppManager::LocalDomain)
+                     .isValid());
 }

@@ -65,13 +65,15 @@ TEST_F(Groups, AutoExclusionByNameAndDockFile)
     makeCatalogue();
     const QString uninstaller = QStringLiteral("/apps/Foo Uninstaller.app");
     setAll({{A, B, uninstaller}});
-    ASSERT_TRUE(test::writeFile(TQAppManager::dockPreferencesFile(), R"(<?xml version="1.0" encoding="UTF-8"?>
+    ASSERT_TRUE(test::writeFile(TQAppManager::dockPreferencesFile(),
+                                R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>persistent-apps</key><array>
 <dict><key>tile-data</key><dict><key>file-data</key><dict><key>_CFURLString</key><string>file:///apps/Beta.app/</string></dict></dict></dict>
 <dict><key>tile-data</key><dict></dict></dict>
 <dict><key>tile-data</key><dict><key>file-data</key><dict><key>_CFURLString</key><string>/elsewhere/Other.app</string></dict></dict></dict>
 </array></dict></plist>)"));
-    for (const TQAppPtr &a : catalogue->allApps1D()) a->findExcludedStringsInName();
+    for (const TQAppPtr &a : catalogue->allApps1D())
+        a->findExcludedStringsInName();
     EXPECT_EQ(catalogue->autoExcludeDockApps(false, true), 1);
     EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{uninstaller}));
     EXPECT_EQ(catalogue->autoExcludeDockApps(true, false), 1) << "only apps the scan found";

@@ -6,7 +6,10 @@ using namespace kelp;
 using kelp::test::CatalogueFixture;
 
 namespace {
-QString p(const char *name) { return QStringLiteral("/apps/%1.app").arg(QLatin1String(name)); }
+QString p(const char *name)
+{
+    return QStringLiteral("/apps/%1.app").arg(QLatin1String(name));
+}
 } // namespace
 
 class Moves : public CatalogueFixture
@@ -31,7 +34,9 @@ protected:
     QStringList flat() const { return paths(catalogue->userApps1D()); }
     qint64 userFileStamp() const
     {
-        return QFileInfo(userFile(TQAppManager::kUserApplicationsFile)).lastModified().toMSecsSinceEpoch();
+        return QFileInfo(userFile(TQAppManager::kUserApplicationsFile))
+            .lastModified()
+            .toMSecsSinceEpoch();
     }
 };
 
@@ -99,7 +104,8 @@ TEST_F(Moves, BetweenBunches)
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("C")}, {p("B")}}));
     // A newcomer joins a bunch and the end of the flat list.
     catalogue->moveApp(app(p("F")), TQAppManager::User, 1, 1);
-    EXPECT_EQ(bunches(), (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("F"), p("C")}, {p("B")}}));
+    EXPECT_EQ(bunches(),
+              (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("F"), p("C")}, {p("B")}}));
     EXPECT_EQ(flat().last(), p("F"));
     // Moving never changes the flat list's order for entries already in it.
     EXPECT_EQ(flat(), (QStringList{p("A"), p("B"), p("C"), p("D"), p("E"), p("F")}));
@@ -143,7 +149,8 @@ TEST_F(Moves, BestMatchForAMovedApp)
     const TQAppPtr other = app(QStringLiteral("/Applications/Bar.app"));
     EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{tools, volume, other}), volume);
     EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppLists{{tools}, {volume}}), volume);
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{tools, other}), tools) << "a single name match";
+    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{tools, other}), tools)
+        << "a single name match";
     EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{other}), nullptr);
     EXPECT_EQ(TQAppManager::bestMatchForApp(nullptr, AppList{tools}), nullptr);
     // Equal runs: the earlier candidate. No common run at all: nothing.

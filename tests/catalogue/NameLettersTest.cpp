@@ -24,7 +24,9 @@ TEST(NameLetters, WorkedTable)
         {"ABCD-efg", "ae"},
         {"Microsoft Word 2011", "mw201"},
         {"Adobe Photoshop CS6", "apc6"},
-        {"\xC3\x9C" "ber Tool", "t"},
+        {"\xC3\x9C"
+         "ber Tool",
+         "t"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(nameLetters(QString::fromUtf8(c.name)), QByteArray(c.letters)) << c.name;

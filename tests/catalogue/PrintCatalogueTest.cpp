@@ -27,10 +27,15 @@ protected:
     {
         ASSERT_TRUE(home.isValid());
         // The default scan folders are the platform's application folders.
-        put(QStringLiteral("data/applications/editor.desktop"), "[Desktop Entry]\nType=Application\nName=Text Editor\nExec=true\n");
-        put(QStringLiteral("machine/applications/term.desktop"), "[Desktop Entry]\nType=Application\nName=XTerm Uninstaller\nExec=true\n");
+        put(QStringLiteral("data/applications/editor.desktop"),
+            "[Desktop Entry]\nType=Application\nName=Text Editor\nExec=true\n");
+        put(QStringLiteral("machine/applications/term.desktop"),
+            "[Desktop Entry]\nType=Application\nName=XTerm Uninstaller\nExec=true\n");
     }
-    void put(const QString &rel, const QByteArray &content) { ASSERT_TRUE(test::writeFile(home.filePath(rel), content)); }
+    void put(const QString &rel, const QByteArray &content)
+    {
+        ASSERT_TRUE(test::writeFile(home.filePath(rel), content));
+    }
 
     KelpRun run(const QStringList &args)
     {
@@ -62,8 +67,9 @@ TEST_F(PrintCatalogue, PrintsEveryGroupAndEntry)
 {
     const KelpRun r = run({QStringLiteral("--print-catalogue")});
     ASSERT_EQ(r.status, 0) << r.err.constData();
-    for (const char *key : {"allApps", "allApps1D", "includedApps", "includedApps1D", "excludedApps",
-                            "excludedApps1D", "missingApps", "userApps", "userApps1D", "runningApps", "apps"})
+    for (const char *key :
+         {"allApps", "allApps1D", "includedApps", "includedApps1D", "excludedApps",
+          "excludedApps1D", "missingApps", "userApps", "userApps1D", "runningApps", "apps"})
         EXPECT_TRUE(r.json.contains(QLatin1String(key))) << key;
 
     const QString editor = home.filePath(QStringLiteral("data/applications/editor.desktop"));
@@ -76,13 +82,15 @@ TEST_F(PrintCatalogue, PrintsEveryGroupAndEntry)
     EXPECT_EQ(e.value(QStringLiteral("letters")).toString(), QStringLiteral("te"));
     EXPECT_FALSE(e.value(QStringLiteral("containsExcludedKeywords")).toBool());
     EXPECT_EQ(e.value(QStringLiteral("colorSortValue")).toDouble(), 10.0);
-    EXPECT_TRUE(apps.value(term).toObject().value(QStringLiteral("containsExcludedKeywords")).toBool());
+    EXPECT_TRUE(
+        apps.value(term).toObject().value(QStringLiteral("containsExcludedKeywords")).toBool());
 }
 
 TEST_F(PrintCatalogue, UsesTheCachedListUntilAskedToRescan)
 {
     ASSERT_EQ(run({QStringLiteral("--print-catalogue")}).status, 0);
-    put(QStringLiteral("data/applications/later.desktop"), "[Desktop Entry]\nType=Application\nName=Later\nExec=true\n");
+    put(QStringLiteral("data/applications/later.desktop"),
+        "[Desktop Entry]\nType=Application\nName=Later\nExec=true\n");
     const QString later = home.filePath(QStringLiteral("data/applications/later.desktop"));
 
     KelpRun r = run({QStringLiteral("--print-catalogue")});

@@ -38,14 +38,19 @@ protected:
         put(QStringLiteral("apps/sub/deeper/deepest/too-deep/e.desktop"), entry("Epsilon"));
         put(QStringLiteral("apps/Foo.framework/f.desktop"), entry("Framework"));
         put(QStringLiteral("apps/Tool.app/Contents/Info.plist"), "<plist><dict/></plist>");
-        put(QStringLiteral("apps/Tool.app/Contents/Inner.app/Contents/Info.plist"), "<plist><dict/></plist>");
+        put(QStringLiteral("apps/Tool.app/Contents/Inner.app/Contents/Info.plist"),
+            "<plist><dict/></plist>");
         put(QStringLiteral("apps/.hidden.desktop"), entry("Hidden"));
         put(QStringLiteral("apps/nodisplay.desktop"), entry("NoDisplay", "NoDisplay=true\n"));
-        put(QStringLiteral("apps/elsewhere-only.desktop"), entry("Elsewhere", "OnlyShowIn=NoSuchDesktop;\n"));
-        put(QStringLiteral("apps/classic.desktop"), entry("Classic", "TryExec=/nonexistent/program\n"));
-        put(QStringLiteral("apps/link.desktop"), "[Desktop Entry]\nType=Link\nName=Site\nURL=https://example.org\n");
+        put(QStringLiteral("apps/elsewhere-only.desktop"),
+            entry("Elsewhere", "OnlyShowIn=NoSuchDesktop;\n"));
+        put(QStringLiteral("apps/classic.desktop"),
+            entry("Classic", "TryExec=/nonexistent/program\n"));
+        put(QStringLiteral("apps/link.desktop"),
+            "[Desktop Entry]\nType=Link\nName=Site\nURL=https://example.org\n");
         put(QStringLiteral("apps/garbage.desktop"), QByteArray("\x01\x02 not a key file [[[", 24));
-        put(QStringLiteral("apps/no-exec.desktop"), "[Desktop Entry]\nType=Application\nName=NoExec\n");
+        put(QStringLiteral("apps/no-exec.desktop"),
+            "[Desktop Entry]\nType=Application\nName=NoExec\n");
         put(QStringLiteral("apps/bad-utf8.desktop"), entry("Bad\xff\xfe"));
         put(QStringLiteral("apps/readme.txt"), "not an application");
         put(QStringLiteral("apps/nested/n.desktop"), entry("Nested"));
@@ -56,17 +61,21 @@ protected:
         put(QStringLiteral("system/applications/bar.desktop"), entry("Bar"));
         put(QStringLiteral("system/applications/baz.desktop"), entry("Baz"));
         put(QStringLiteral("system/applications/kde/baz.desktop"), entry("KDE Baz"));
-        ASSERT_EQ(symlink("../elsewhere", qPrintable(root + QStringLiteral("/apps/link-to-folder"))), 0);
-        ASSERT_EQ(symlink("a.desktop", qPrintable(root + QStringLiteral("/apps/alias.desktop"))), 0);
+        ASSERT_EQ(
+            symlink("../elsewhere", qPrintable(root + QStringLiteral("/apps/link-to-folder"))), 0);
+        ASSERT_EQ(symlink("a.desktop", qPrintable(root + QStringLiteral("/apps/alias.desktop"))),
+                  0);
         ASSERT_EQ(symlink(".", qPrintable(root + QStringLiteral("/apps/sub/loop"))), 0);
         ASSERT_EQ(symlink("..", qPrintable(root + QStringLiteral("/apps/sub/up"))), 0);
-        ASSERT_EQ(symlink("/nonexistent/target", qPrintable(root + QStringLiteral("/apps/dangling"))), 0);
+        ASSERT_EQ(
+            symlink("/nonexistent/target", qPrintable(root + QStringLiteral("/apps/dangling"))), 0);
     }
 
     void setScanFolders(const QStringList &relative)
     {
         QVariantList records;
-        for (const QString &rel : relative) records.append(QVariantMap{{QStringLiteral("path"), root + QLatin1Char('/') + rel}});
+        for (const QString &rel : relative)
+            records.append(QVariantMap{{QStringLiteral("path"), root + QLatin1Char('/') + rel}});
         defaults->setValue(QStringLiteral("searchDirectories"), records);
     }
 
@@ -75,7 +84,8 @@ protected:
     QStringList namesOf(const AppList &apps) const
     {
         QStringList out;
-        for (const TQAppPtr &a : apps) out.append(a->name());
+        for (const TQAppPtr &a : apps)
+            out.append(a->name());
         return out;
     }
 
@@ -94,9 +104,10 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
     // classic, broken and non-application entries are left out.
     QStringList names = namesOf(catalogue->allApps1D());
     names.sort();
-    EXPECT_EQ(names, (QStringList{QStringLiteral("Alpha"), QStringLiteral("Beta"), QStringLiteral("Delta"),
-                                  QStringLiteral("Gamma"), QStringLiteral("Linked"), QStringLiteral("Nested"),
-                                  QStringLiteral("Tool")}));
+    EXPECT_EQ(names,
+              (QStringList{QStringLiteral("Alpha"), QStringLiteral("Beta"), QStringLiteral("Delta"),
+                           QStringLiteral("Gamma"), QStringLiteral("Linked"),
+                           QStringLiteral("Nested"), QStringLiteral("Tool")}));
     // Progress: one step per scan folder, then the end.
     ASSERT_EQ(progress.size(), 2);
     EXPECT_EQ(progress.at(0).at(0).toInt(), 1);
@@ -111,8 +122,9 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
     catalogue->scanSearchFoldersForAllApps();
     names = namesOf(catalogue->allApps1D());
     names.sort();
-    EXPECT_EQ(names, (QStringList{QStringLiteral("Alpha"), QStringLiteral("Beta"), QStringLiteral("Linked"),
-                                  QStringLiteral("Nested"), QStringLiteral("Tool")}));
+    EXPECT_EQ(names, (QStringList{QStringLiteral("Alpha"), QStringLiteral("Beta"),
+                                  QStringLiteral("Linked"), QStringLiteral("Nested"),
+                                  QStringLiteral("Tool")}));
 
     for (qint64 depth : {0, -3}) {
         defaults->setValue(QStringLiteral("maxFolderRecursionDepth"), depth);
@@ -127,17 +139,19 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
 TEST_F(Scan, NestedScanFoldersAreWalkedOnceEach)
 {
     defaults->setValue(QStringLiteral("maxFolderRecursionDepth"), 2);
-    setScanFolders({QStringLiteral("apps"), QStringLiteral("apps/nested"), QStringLiteral("empty-or-missing"),
-                    QStringLiteral("apps/nested/")});
+    setScanFolders({QStringLiteral("apps"), QStringLiteral("apps/nested"),
+                    QStringLiteral("empty-or-missing"), QStringLiteral("apps/nested/")});
     makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
     QSignalSpy progress(catalogue.get(), &TQAppManager::progressStep);
     catalogue->scanSearchFoldersForAllApps();
 
-    ASSERT_EQ(catalogue->allApps().size(), 2) << "a folder that yields nothing leaves no inner array";
+    ASSERT_EQ(catalogue->allApps().size(), 2)
+        << "a folder that yields nothing leaves no inner array";
     EXPECT_FALSE(namesOf(catalogue->allApps().at(0)).contains(QStringLiteral("Nested")));
     EXPECT_EQ(namesOf(catalogue->allApps().at(1)), QStringList{QStringLiteral("Nested")});
     EXPECT_EQ(progress.size(), 4) << "three distinct folders, then the end";
-    EXPECT_EQ(catalogue->spotlightScanPaths(), (QStringList{at(QStringLiteral("apps")), at(QStringLiteral("empty-or-missing"))}));
+    EXPECT_EQ(catalogue->spotlightScanPaths(),
+              (QStringList{at(QStringLiteral("apps")), at(QStringLiteral("empty-or-missing"))}));
 }
 
 TEST_F(Scan, EarlierDesktopEntriesShadowLaterOnes)
@@ -149,7 +163,8 @@ TEST_F(Scan, EarlierDesktopEntriesShadowLaterOnes)
               (QList<QStringList>{{at(QStringLiteral("user/applications/bar.desktop"))},
                                   {at(QStringLiteral("system/applications/baz.desktop")),
                                    at(QStringLiteral("system/applications/kde/baz.desktop"))}}))
-        << "the user's hidden foo hides the system's foo; kde/baz.desktop has its own ID, kde-baz.desktop";
+        << "the user's hidden foo hides the system's foo; kde/baz.desktop has its own ID, "
+           "kde-baz.desktop";
     EXPECT_EQ(catalogue->appForPath(at(QStringLiteral("user/applications/bar.desktop")))->name(),
               QStringLiteral("Bar (mine)"));
     EXPECT_EQ(desktopIdForPath(QStringLiteral("/usr/share/applications/kde/org.kde.foo.desktop")),
@@ -177,7 +192,8 @@ TEST_F(Scan, StartFromTheCachedFileAndRescan)
     std::sort(sortedFirst.begin(), sortedFirst.end());
     EXPECT_EQ(cached, sortedFirst);
     // ...but names of changed entries are read again.
-    EXPECT_EQ(catalogue->appForPath(at(QStringLiteral("apps/a.desktop")))->name(), QStringLiteral("Alpha Renamed"));
+    EXPECT_EQ(catalogue->appForPath(at(QStringLiteral("apps/a.desktop")))->name(),
+              QStringLiteral("Alpha Renamed"));
 
     catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All); // group 5 is full: walks
     EXPECT_TRUE(paths(catalogue->allApps1D()).contains(at(QStringLiteral("apps/new.desktop"))));
@@ -208,7 +224,8 @@ TEST_F(Scan, EditsOfTheScanFolderListCauseOneScan)
     ASSERT_TRUE(test::waitUntil([&] { return finished.size() == 1; }));
     test::waitUntil([] { return false; }, 200);
     EXPECT_EQ(finished.size(), 1);
-    EXPECT_EQ(paths(catalogue->allApps1D()), QStringList{at(QStringLiteral("user/applications/bar.desktop"))});
+    EXPECT_EQ(paths(catalogue->allApps1D()),
+              QStringList{at(QStringLiteral("user/applications/bar.desktop"))});
 }
 
 TEST_F(Scan, LiveWatchAnswersABurstWithOneScan)

@@ -21,7 +21,8 @@ TEST(TQApp, IdentityFollowsTheStandardisedPath)
     EXPECT_FALSE(a.isEqual(&c)) << "paths compare case-sensitively";
     EXPECT_FALSE(a.isEqual(nullptr));
     EXPECT_EQ(a.description(), a.path());
-    EXPECT_EQ(TQApp::standardizePath(QStringLiteral("~/x//y/")), QDir::homePath() + QStringLiteral("/x/y"));
+    EXPECT_EQ(TQApp::standardizePath(QStringLiteral("~/x//y/")),
+              QDir::homePath() + QStringLiteral("/x/y"));
     EXPECT_EQ(a.url().toLocalFile(), a.path());
 
     EXPECT_FALSE(a.setPath(QStringLiteral("/Applications/./Foo.app")));
@@ -55,7 +56,8 @@ TEST(TQApp, AttributesAndArchive)
 
     const QVariantMap archive = app.encode();
     EXPECT_EQ(archive.keys(), QStringList{QStringLiteral("ivDict")});
-    EXPECT_EQ(archive.value(QStringLiteral("ivDict")).toMap().keys(), QStringList{QStringLiteral("path")});
+    EXPECT_EQ(archive.value(QStringLiteral("ivDict")).toMap().keys(),
+              QStringList{QStringLiteral("path")});
     const auto decoded = TQApp::decode(archive);
     EXPECT_EQ(decoded->path(), app.path());
     EXPECT_FALSE(decoded->attributeForKey(QStringLiteral("k")).isValid());
@@ -69,7 +71,8 @@ TEST(TQApp, ExtendedAttributesAsText)
     ASSERT_TRUE(test::writeFile(path, "[Desktop Entry]\n"));
     TQApp app(path);
     EXPECT_TRUE(app.xattrs().isEmpty());
-    ZRXattrMetadataStore::setData(QByteArray("Hello"), QStringLiteral("user.kelp.test"), path, true);
+    ZRXattrMetadataStore::setData(QByteArray("Hello"), QStringLiteral("user.kelp.test"), path,
+                                  true);
     if (ZRXattrMetadataStore::allKeysAtPath(path, true).isEmpty())
         GTEST_SKIP() << "this file system keeps no extended attributes";
     EXPECT_EQ(app.xattrs(), QStringLiteral("key: user.kelp.test\ndata: <48656c6c 6f>"));

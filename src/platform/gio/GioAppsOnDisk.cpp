@@ -41,7 +41,8 @@ QStringList listKey(GKeyFile *kf, const char *key)
     QStringList out;
     StrvPtr values(g_key_file_get_string_list(kf, kGroup, key, nullptr, nullptr));
     if (!values) return out;
-    for (gchar **v = values.get(); *v; ++v) out.append(QString::fromUtf8(*v));
+    for (gchar **v = values.get(); *v; ++v)
+        out.append(QString::fromUtf8(*v));
     return out;
 }
 
@@ -60,7 +61,8 @@ KeyFilePtr loadDesktopFile(const QString &path)
 {
     KeyFilePtr kf(g_key_file_new());
     GError *error = nullptr;
-    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE, &error)) {
+    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+                                   &error)) {
         qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ":"
                                      << (error ? QString::fromUtf8(error->message) : QString());
         g_clear_error(&error);
@@ -82,20 +84,21 @@ QString localisedName(GKeyFile *kf)
 } // namespace
 
 GioAppsOnDisk::GioAppsOnDisk()
-    : GioAppsOnDisk(qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts))
-{
-}
+    : GioAppsOnDisk(
+          qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(QLatin1Char(':'), Qt::SkipEmptyParts))
+{}
 
 GioAppsOnDisk::GioAppsOnDisk(QStringList currentDesktops)
     : _currentDesktops(std::move(currentDesktops))
-{
-}
+{}
 
 ItemInfo GioAppsOnDisk::inspect(const QString &path) const
 {
     ItemInfo info;
     const QByteArray native = QFile::encodeName(path);
-    struct stat st{};
+    struct stat st
+    {
+    };
     if (lstat(native.constData(), &st) != 0) return info;
 
     const QString fileName = path.section(QLatin1Char('/'), -1);
@@ -105,20 +108,24 @@ ItemInfo GioAppsOnDisk::inspect(const QString &path) const
     }
     if (S_ISLNK(st.st_mode)) {
         // Followed only when it leads to a plain folder.
-        struct stat target{};
+        struct stat target
+        {
+        };
         const bool toFolder = stat(native.constData(), &target) == 0 && S_ISDIR(target.st_mode) &&
                               !fileName.endsWith(QLatin1String(".app"));
         info.kind = toFolder ? ItemInfo::AliasToFolder : ItemInfo::Alias;
         return info;
     }
     if (S_ISDIR(st.st_mode)) {
-        if (fileName.endsWith(QLatin1String(".app")) && QFileInfo::exists(path + QStringLiteral("/Contents/Info.plist")))
+        if (fileName.endsWith(QLatin1String(".app")) &&
+            QFileInfo::exists(path + QStringLiteral("/Contents/Info.plist")))
             info.kind = ItemInfo::Application;
         else
             info.kind = ItemInfo::Folder;
         return info;
     }
-    if (S_ISREG(st.st_mode) && fileName.endsWith(QLatin1String(".desktop"))) return inspectDesktopEntry(path);
+    if (S_ISREG(st.st_mode) && fileName.endsWith(QLatin1String(".desktop")))
+        return inspectDesktopEntry(path);
     return info;
 }
 
@@ -189,7 +196,8 @@ QStringList GioAppsOnDisk::desktopFavouriteIds() const
     if (g_settings_schema_has_key(schema, "favorite-apps")) {
         GSettings *settings = g_settings_new_full(schema, nullptr, nullptr);
         StrvPtr favourites(g_settings_get_strv(settings, "favorite-apps"));
-        for (gchar **v = favourites.get(); v && *v; ++v) ids.append(QString::fromUtf8(*v));
+        for (gchar **v = favourites.get(); v && *v; ++v)
+            ids.append(QString::fromUtf8(*v));
         g_object_unref(settings);
     }
     g_settings_schema_unref(schema);

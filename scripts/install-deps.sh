@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# Installs what Kelp needs to build, run and test on Debian 12. Installs only what is missing.
+set -euo pipefail
+
+packages=(
+    build-essential cmake ninja-build pkg-config
+    qt6-base-dev qt6-svg-dev libqt6svg6 qt6-image-formats-plugins
+    libplist-dev libglib2.0-dev
+    googletest libgtest-dev libbenchmark-dev
+    clang-format
+)
+if [ "${1:-}" = "--with-bench" ]; then
+    packages+=(papirus-icon-theme nodejs npm)
+fi
+
+missing=()
+for p in "${packages[@]}"; do
+    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=""
+[ "$(id -u)" -eq 0 ] || sudo="sudo"
+echo "Installing: ${missing[*]}"
+$sudo apt-get update -q
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q --no-install-recommends "${missing[@]}"

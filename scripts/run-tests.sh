@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds Kelp with warnings as errors and runs every test; then builds
+# again with AddressSanitizer and UndefinedBehaviorSanitizer and runs every test once more.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+jobs="$(nproc)"
+
+echo "== Formatting"
+files=$(git ls-files '*.cpp' '*.h' 2>/dev/null || true)
+if [ -n "$files" ]; then
+    # shellcheck disable=SC2086
+    clang-format --dry-run --Werror $files
+fi
+
+echo "== Build (warnings are errors)"
+cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELP_WERROR=ON -DKELP_BUILD_BENCH=OFF
+cmake --build build-ci -j"$jobs"
+echo "== Tests"
+QT_QPA_PLATFORM=offscreen ctest --test-dir build-ci --output-on-failure -j"$jobs"
+
+echo "== Build with AddressSanitizer and UndefinedBehaviorSanitizer"
+cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKELP_WERROR=ON -DKELP_SANITIZE=ON -DKELP_BUILD_BENCH=OFF
+cmake --build build-asan -j"$jobs"
+echo "== Tests under the sanitizers"
+ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+QT_QPA_PLATFORM=offscreen ctest --test-dir build-asan --output-on-failure -j"$jobs"
