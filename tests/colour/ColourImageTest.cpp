@@ -170,6 +170,8 @@ TEST(ColourImage, RendersOffTheGuiThread)
 
 int main(int argc, char **argv)
 {
+    // Test discovery runs this without the test environment: never ask for a display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
