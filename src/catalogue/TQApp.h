@@ -8,7 +8,11 @@
 //
 // Process operations (launch, activate, hide, quit...) belong to the desktop layer and are added
 // there; this class only holds what an entry is without a running process.
+#include "colour/ColourAnalysis.h"
+#include "colour/ColourSort.h"
+
 #include <QByteArray>
+#include <QColor>
 #include <QHash>
 #include <QImage>
 #include <QString>
@@ -22,17 +26,9 @@
 namespace kelp {
 
 // The icon parameters copied into an entry before each icon load.
-struct ColorSortParams
-{
-    qint64 maximumIconSize = 128;
-    float colorSortGrayThreshold = 0.0f;
-    bool colorSortGraysBySecondaryColor = false;
-    float colorSortWrapHue = 0.0f;
-    float colorSortMinSaturation = 0.0f;
-    float colorSortMinLuminosity = 0.0f;
-};
+using ColorSortParams = colour::ColorSortParams;
 
-class TQApp
+class TQApp : public std::enable_shared_from_this<TQApp>
 {
 public:
     explicit TQApp(const QString &path = QString());
@@ -85,17 +81,44 @@ public:
     QVariantMap encode() const;
     static std::shared_ptr<TQApp> decode(const QVariantMap &archive);
 
-    // Icon state, filled by icon loading.
+    // --- Icon ---------------------------------------------------------------------------------
+    // The current icon: "dot" until one is loaded, "notfound" when there is none.
     QImage icon() const;
-    void setIconImage(const QImage &image) { _icon = image; }
+    // Replaces the icon when it differs, then recomputes the colour key from it (and announces
+    // appIconChanged). A null image means "no icon". GUI thread only.
+    void setIcon(const QImage &image);
     qint64 fileID() const { return _fileID; }
     void setFileID(qint64 id) { _fileID = id; }
     ColorSortParams colorSortParams() const { return _colorSortParams; }
     void setColorSortParams(const ColorSortParams &p) { _colorSortParams = p; }
+    // (Icon loading adds its entry points here, implemented in TQAppIcon.cpp.)
 
+    // --- Colour sort key (TQAppColour.cpp) ----------------------------------------------------
+    struct SortedColour
+    {
+        QColor color; // sRGB, alpha 1
+        qint64 count = 0;
+    };
+    // Takes new colour parameters: analyses the icon again, or only re-sorts, or nothing, as the
+    // change requires; then announces appIconChanged.
+    void setColorSortParameters(const ColorSortParams &params);
+    void pickAndSortColors();
+    QList<SortedColour> colorArrayForPrimaryIndex(qint64 primary, qint64 secondary,
+                                                  qint64 gray) const;
+    void freeColorSortData();
     // The colour sort key; 10.0 until an icon has been analysed.
     double colorSortValue() const { return _colorSortValue; }
     void setColorSortValue(double v) { _colorSortValue = v; }
+    const QList<SortedColour> &sortedColors() const { return _sortedColors; }
+    void setSortedColors(const QList<SortedColour> &colours) { _sortedColors = colours; }
+    const std::vector<colour::HclColor> &hclColors() const { return _hclColors; }
+    // The display colours as a ring (the strongest colour) around pie slices (the others).
+    QImage spectrumIcon() const;
+    // The catalogue's colour comparison: 1 when a sorts after b, else 0 (never "ascending").
+    static int compareColorSortValues(const TQApp &a, const TQApp &b);
+
+    // --- Process operations (TQAppProcess.cpp) ------------------------------------------------
+    // (The desktop layer adds its entry points here.)
 
     QString description() const { return _path; }
     bool isEqual(const TQApp *other) const
@@ -117,7 +140,11 @@ private:
     QByteArray _letters;
     bool _hasLetters = false;
     qint64 _fileID = 0;
-    double _colorSortValue = 10.0;
+    double _colorSortValue = colour::kNoColourKey;
+    std::vector<colour::HclColor> _hclColors;
+    bool _hclColorsValid = false; // false: no analysis since the last reset, or it failed
+    qint64 _hclColorCount = 6;
+    QList<SortedColour> _sortedColors;
     ColorSortParams _colorSortParams;
     bool _containsExcludedKeywords = false;
     QVariantMap _attributes;
