@@ -79,13 +79,6 @@ TEST(ColourImage, GreyAndPaddedRowsAreDescribed)
     histogram = colour::colourHistogram(describeImage(rgb));
     ASSERT_EQ(histogram.size(), 1u);
     EXPECT_EQ(histogram[0].weight, 6u);
-
-    // RGBX: the fourth byte is padding, not alpha.
-    const QImage rgbx = filled(2, 2, QImage::Format_RGBX8888, QColor(1, 2, 3));
-    b = describeImage(rgbx);
-    EXPECT_EQ(b.samplesPerPixel, 3);
-    EXPECT_FALSE(b.hasAlpha);
-    EXPECT_EQ(colour::colourHistogram(b).at(0).weight, 4u);
 }
 
 TEST(ColourImage, OtherFormatsAreConverted)

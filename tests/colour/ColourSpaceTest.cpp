@@ -49,44 +49,15 @@ TEST(ColourSpace, XyzToRgbClampsEveryComponentIncludingAlpha)
     EXPECT_EQ(negative[3], 0.0);
 }
 
-TEST(ColourSpace, LuvToXyzClampsNegativeXAndZ)
+TEST(ColourSpace, PlainPowerLawGammaBothWays)
 {
-    // A u* far to the negative side would need a negative X.
-    const Colour xyz = luvToXyz({50.0, -400.0, 0.0, 1.0});
-    EXPECT_EQ(xyz[0], 0.0);
-    EXPECT_GT(xyz[1], 0.0);
-    const Colour xyz2 = luvToXyz({50.0, 0.0, 400.0, 1.0});
-    EXPECT_EQ(xyz2[2], 0.0);
-}
-
-TEST(ColourSpace, RoundTripsThroughLuv)
-{
-    for (const Colour &xyz : {Colour{0.2, 0.3, 0.4, 1.0}, Colour{0.004, 0.005, 0.006, 0.25},
-                              Colour{0.9, 0.95, 1.0, 1.0}})
-        expectNear(luvToXyz(xyzToLuv(xyz)), xyz, 1e-12);
-    const Colour rgb{0.1, 0.6, 0.3, 1.0};
-    expectNear(xyzToRgb(rgbToXyz(rgb)), rgb, 1e-6); // the two matrices are inverses to 7 digits
-}
-
-TEST(ColourSpace, GammaEncodingFixesEndsAndKeepsAlpha)
-{
+    EXPECT_EQ(gammaTable()[0], 0.0);
+    EXPECT_EQ(gammaTable()[255], 1.0);
+    // 2.2 power law, not the piecewise sRGB curve (which gives about 0.0030 here).
+    EXPECT_NEAR(lineariseByte(10), 8.0466e-4, 1e-7);
     Colour c{1.0, 0.0, 0.5, 0.3};
     gammaEncode(c, 2.2);
-    EXPECT_EQ(c[0], 1.0);
-    EXPECT_EQ(c[1], 0.0);
-    EXPECT_DOUBLE_EQ(c[2], std::pow(0.5, 1.0 / 2.2));
-    EXPECT_EQ(c[3], 0.3);
-}
-
-TEST(ColourSpace, GammaTableIsPlainPowerLaw)
-{
-    const auto &table = gammaTable();
-    EXPECT_EQ(table[0], 0.0);
-    EXPECT_EQ(table[255], 1.0);
-    EXPECT_DOUBLE_EQ(table[128], std::pow(128.0 / 255.0, 2.2));
-    // Not the piecewise sRGB curve, whose value here is about 0.0030.
-    EXPECT_NEAR(lineariseByte(10), 8.0466e-4, 1e-7);
-    EXPECT_EQ(&gammaTable(), &table);
+    EXPECT_EQ(c, (Colour{1.0, 0.0, std::pow(0.5, 1.0 / 2.2), 0.3}));
 }
 
 TEST(ColourSpace, WrapMovesIntoHalfOpenRange)
@@ -104,30 +75,8 @@ TEST(ColourSpace, WrapMovesIntoHalfOpenRange)
     EXPECT_TRUE(far >= 0.0 && far < 360.0);
 
     EXPECT_DOUBLE_EQ(radiansToTurnFraction(-kPi / 2.0), 0.75);
-    EXPECT_DOUBLE_EQ(radiansToTurnFraction(kPi), 0.5);
-    EXPECT_DOUBLE_EQ(turnFractionToRadians(0.25), kPi / 2.0);
-    EXPECT_EQ(wrapNegativeDegrees(-30.0), 330.0);
     EXPECT_EQ(wrapNegativeDegrees(400.0), 400.0); // only negative angles move
     EXPECT_EQ(hueDegrees(-kPi / 2.0), 270.0);
-    EXPECT_DOUBLE_EQ(radiansToDegrees(kPi), 180.0);
-}
-
-TEST(ColourSpace, ChromaticityAndBack)
-{
-    const Chromaticity black = chromaticity(0.0, 0.0, 0.0);
-    EXPECT_DOUBLE_EQ(black.x, 1.0 / 3.0);
-    EXPECT_DOUBLE_EQ(black.y, 1.0 / 3.0);
-    const Chromaticity c = chromaticity(0.2, 0.3, 0.5);
-    EXPECT_DOUBLE_EQ(c.x, 0.2);
-    EXPECT_DOUBLE_EQ(c.y, 0.3);
-    const Colour xyz = chromaticityToXyz(c);
-    EXPECT_DOUBLE_EQ(xyz[0], 0.2 / 0.3);
-    EXPECT_EQ(xyz[1], 1.0);
-    EXPECT_DOUBLE_EQ(xyz[2], 0.5 / 0.3);
-    const Colour zero = chromaticityToXyz({0.4, 0.0});
-    EXPECT_EQ(zero[0], 0.0);
-    EXPECT_EQ(zero[1], 0.0);
-    EXPECT_EQ(zero[2], 0.0);
 }
 
 TEST(ColourSpace, PlaneDistanceIgnoresLightness)
@@ -222,15 +171,10 @@ TEST(ColourSpace, IlluminantsInOrderWithStandardWhites)
     EXPECT_EQ(list.front().description, "Illuminant A - Incandescent, Tungsten-Filament Lamp");
     EXPECT_EQ(list[5].description,
               "Illuminant D65 - 2\u00b0 Observer, Noon Daylight, Television, sRGB Color Space");
-    EXPECT_EQ(list[7].description, "Illuminant E - Equal Energy");
     EXPECT_EQ(list.back().description,
               "Illuminant F12 - Philips TL83, Ultralume 30 (CCT 3000K, CRI 83)");
     EXPECT_NEAR(list[5].white.x, 0.3127, 1e-4);
     EXPECT_NEAR(list[5].white.y, 0.3290, 1e-4);
-    for (const Illuminant &i : list) {
-        EXPECT_TRUE(i.white.x > 0.28 && i.white.x < 0.46) << i.description;
-        EXPECT_TRUE(i.white.y > 0.31 && i.white.y < 0.41) << i.description;
-    }
 }
 
 TEST(ColourSpace, MatrixBuilderReproducesSrgbMatrix)
@@ -257,11 +201,4 @@ TEST(ColourSpace, SingularMatrixReportsZeroPivot)
     // Red and green at the same chromaticity: no inverse.
     EXPECT_FALSE(rgbToXyzMatrix({0.64, 0.33}, {0.64, 0.33}, {0.15, 0.06}, {0.3127, 0.3290}, m));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "zero pivot found in line:1\n");
-
-    testing::internal::CaptureStderr();
-    dumpMatrix({{{1, 2, 3}, {4, 5, 6}, {7, 8, 9}}}, "M");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "Matrix |M|:\nMatrix |M|: 1.000000, 2.000000, 3.000000\n"
-              "Matrix |M|: 4.000000, 5.000000, 6.000000\n"
-              "Matrix |M|: 7.000000, 8.000000, 9.000000\n");
 }
