@@ -180,6 +180,10 @@ public:
 
     void showProgressStep(int step, int count, const QString &label);
 
+    // --- Running applications (TQAppManagerRunning.cpp) ---------------------------------------
+
+    // --- Icon loading (TQAppManagerIcons.cpp) -------------------------------------------------
+
     // Settings changes (wired to the settings store in the constructor).
     void defaultsChanged(const QString &key, const QVariant &oldValue, const QVariant &newValue);
 
