@@ -1,12 +1,13 @@
 // kelp: the launcher's entry point and its command-line tools.
 #include "catalogue/CatalogueReport.h"
 #include "catalogue/TQAppManager.h"
+#include "control/AnalyzeColoursCommand.h"
 #include "control/RegisteredDefaults.h"
 #include "extras/Defaults.h"
 #include "platform/gio/GioAppsOnDisk.h"
 
 #include <QCommandLineParser>
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QJsonDocument>
 #include <QTextStream>
 
@@ -39,7 +40,12 @@ int printCatalogue(bool rescan)
 
 int main(int argc, char **argv)
 {
-    QCoreApplication app(argc, argv);
+    // Kelp's command-line tools need no display; run them on the offscreen platform when there is
+    // none, so that images can still be drawn.
+    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Kelp"));
     QCoreApplication::setOrganizationName(QStringLiteral("Kelp"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KELP_VERSION));
@@ -57,8 +63,22 @@ int main(int argc, char **argv)
         QStringLiteral("rescan"),
         QCoreApplication::translate(
             "main", "With --print-catalogue: walk the folders even when a cached list exists."));
+    const QCommandLineOption analyzeOption(
+        QStringLiteral("analyze-colours"),
+        QCoreApplication::translate(
+            "main", "Analyse the colours of the given images and print them as JSON."));
+    const QCommandLineOption setOption(
+        QStringLiteral("set"),
+        QCoreApplication::translate("main", "With --analyze-colours: override a colour setting."),
+        QCoreApplication::translate("main", "key=value"));
     parser.addOption(printOption);
     parser.addOption(rescanOption);
+    parser.addOption(analyzeOption);
+    parser.addOption(setOption);
+    parser.addPositionalArgument(
+        QStringLiteral("images"),
+        QCoreApplication::translate("main", "With --analyze-colours: image files."),
+        QStringLiteral("[IMAGE...]"));
 
     if (!parser.parse(QCoreApplication::arguments())) {
         QTextStream(stderr) << parser.errorText() << '\n'
@@ -71,6 +91,25 @@ int main(int argc, char **argv)
     if (parser.isSet(rescanOption) && !parser.isSet(printOption)) {
         QTextStream(stderr) << QCoreApplication::translate("main",
                                                            "--rescan goes with --print-catalogue.")
+                            << '\n';
+        return 2;
+    }
+    if (parser.isSet(analyzeOption)) {
+        kelp::Defaults &defaults = kelp::Defaults::standard();
+        kelp::registerAllDefaults(defaults);
+        const kelp::AnalyzeColoursResult result =
+            kelp::analyzeColours(defaults, parser.values(setOption), parser.positionalArguments());
+        if (!result.usageError.isEmpty()) {
+            QTextStream(stderr) << result.usageError << '\n';
+            return 2;
+        }
+        const QByteArray json = QJsonDocument(result.report).toJson(QJsonDocument::Indented);
+        std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
+        return result.allOk ? 0 : 1;
+    }
+    if (parser.isSet(setOption)) {
+        QTextStream(stderr) << QCoreApplication::translate("main",
+                                                           "--set goes with --analyze-colours.")
                             << '\n';
         return 2;
     }
