@@ -92,7 +92,7 @@ TEST_F(Files, BadFilesChangeNothingAndAreKeptAside)
     const QByteArray garbage[] = {
         QByteArray(),                                                       // empty
         QByteArray("<?xml version=\"1.0\"?><plist><array><string>/x</str"), // truncated
-        QByteArray("\x00\x01\xff\xfe binary noise", 20),                    // noise
+        QByteArray::fromHex("0001fffe2062696e617279206e6f697365"),          // noise
         QByteArray("bplist00"),                                             // a lying header
     };
     for (const QByteArray &bytes : garbage) {

@@ -48,7 +48,8 @@ protected:
             entry("Classic", "TryExec=/nonexistent/program\n"));
         put(QStringLiteral("apps/link.desktop"),
             "[Desktop Entry]\nType=Link\nName=Site\nURL=https://example.org\n");
-        put(QStringLiteral("apps/garbage.desktop"), QByteArray("\x01\x02 not a key file [[[", 24));
+        put(QStringLiteral("apps/garbage.desktop"),
+            QByteArray::fromHex("0102") + " not a key file [[[");
         put(QStringLiteral("apps/no-exec.desktop"),
             "[Desktop Entry]\nType=Application\nName=NoExec\n");
         put(QStringLiteral("apps/bad-utf8.desktop"), entry("Bad\xff\xfe"));
