@@ -1,0 +1,156 @@
+#pragma once
+// TQWindow: Kelp's panel.
+//
+// A frameless, translucent window holding the icon grid (TQIconView), the group selector bar
+// (TQStatsControl), a close button and a gear button, over a rounded background (TQBkgndView).
+// A second window, click-through and without focus, lies exactly over it and holds the overlay
+// (TQIconOverlayView): the typed filter and the selected application's label.
+//
+// The panel fits itself to its icon view plus fixed margins, opens centred on the screen that
+// holds the pointer, fades in and out, slides back onto a screen when screens change, and tells
+// whether the user has dragged it away from the centre. It is on every virtual desktop and stays
+// out of the taskbar unless the dock-icon setting (showIconInDock) asks for it there.
+//
+// Keys typed into the panel go to the selector bar (Tab, Shift-Tab), then to the icon view; Escape
+// with nothing to cancel, or Ctrl-W, asks the controller to close the panel.
+#include <QMargins>
+#include <QPointer>
+#include <QRect>
+#include <QWidget>
+
+#include <memory>
+
+class QAbstractButton;
+class QPropertyAnimation;
+class QScreen;
+class QVariantAnimation;
+
+namespace kelp {
+
+class Defaults;
+class TQAppManager;
+class TQBkgndView;
+class TQIconOverlayView;
+class TQIconView;
+class TQStatsControl;
+class WindowHints;
+
+class TQWindow : public QWidget
+{
+    Q_OBJECT
+public:
+    // Space between the icon view and the panel's edges; the top holds the buttons and the bar.
+    static constexpr QMargins kMargins{8, 38, 8, 8};
+    // The panel is never narrower than this, so the bar and the buttons always have room.
+    static constexpr int kMinimumWidth = 200;
+
+    TQWindow(TQAppManager &catalogue, Defaults &defaults);
+    ~TQWindow() override;
+
+    // Opens the panel: picks the group (groupToShowWhenWindowOpens, else the one shown when it
+    // last closed, else included), centres it on the screen under the pointer unless it is already
+    // showing, fades it in and takes the keyboard.
+    void show();
+    // Remembers the group shown (groupShownWhenWindowClosed) and fades the panel out.
+    void hide();
+    // Floats the panel above other windows (around an explicit hide), or lets it back among them.
+    void raise();
+    void lower();
+
+    bool isNonActivating() const { return _isNonActivating; }
+    // The panel's centre is more than 16 pixels away from its screen's centre on either axis.
+    bool hasBeenMoved() const;
+    // Shown and not fully faded (a panel fading out counts as hidden).
+    bool isPanelVisible() const;
+    TQIconView *iconView() const { return _iconView; }
+    TQStatsControl *statsControl() const { return _statsControl; }
+    TQIconOverlayView *overlayView() const { return _overlayView; }
+    QWidget *overlayWindow() const { return _overlayWindow; }
+    // The largest icon view that fits the panel's screen (primary screen when it is on none).
+    QSize maxIconViewSize() const;
+
+    // Fits the panel to its icon view's size (the icon view announces subviewNeedsResizing).
+    void subviewDidResize();
+    // The screens changed: the icon view gets the new room and the panel slides onto a screen.
+    void screenParametersDidChange();
+    // Slides the panel inside its screen's usable area, remembering where it was (movedFrame).
+    void slideOnscreen();
+    // Slides back to where slideOnscreen / slideToCenter found it.
+    void slideBack();
+    // Slides to the centre of its screen when it is off-centre by more than 16 pixels.
+    void slideToCenter();
+    QRect movedFrame() const { return _movedFrame; }
+
+    // Seconds the running (or last) animated resize lasts; 0 for an immediate one.
+    double lastResizeDuration() const { return _lastResizeDuration; }
+    bool isAnimating() const;
+
+    void updateColors();
+
+Q_SIGNALS:
+    // The panel lost the keyboard to another application.
+    void panelDeactivated();
+    // The close button, Ctrl-W, or Escape with nothing to cancel.
+    void closeRequested();
+    // The gear button; globalPos is where its menu should open.
+    void menuRequested(QPoint globalPos);
+    // Around every change of size.
+    void windowWillResize();
+    void windowDidResize();
+
+protected:
+    void keyPressEvent(QKeyEvent *event) override;
+    void keyReleaseEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    bool focusNextPrevChild(bool next) override;
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    QRect visibleFrame() const;
+    QScreen *panelScreen() const;
+    void centerExactlyOn(QScreen *screen);
+    void layoutSubviews();
+    void syncOverlayFrame();
+    void setFrame(const QRect &frame, double seconds, bool fadeOut = false);
+    void fadeInOver(double seconds);
+    void fadeOutOver(double seconds);
+    void stopFade();
+    void applyWindowHints();
+    void watchScreen(QScreen *screen);
+    void scheduleScreenCheck();
+    void defaultsChanged(const QString &key);
+
+    TQAppManager &_catalogue;
+    Defaults &_defaults;
+    std::shared_ptr<WindowHints> _hints;
+    TQBkgndView *_background = nullptr;
+    TQIconView *_iconView = nullptr;
+    TQStatsControl *_statsControl = nullptr;
+    QAbstractButton *_closeButton = nullptr;
+    QAbstractButton *_prefsButton = nullptr;
+    QWidget *_overlayWindow = nullptr;
+    TQIconOverlayView *_overlayView = nullptr;
+
+    bool _isNonActivating = false;
+    bool _showInTaskbar = true;
+    bool _useAnimation = false;
+    QRect _movedFrame;
+    double _lastResizeDuration = 0;
+
+    QPointer<QVariantAnimation> _fade;
+    bool _fadingOut = false;
+    QPointer<QPropertyAnimation> _frameAnimation;
+    QPointer<QVariantAnimation> _iconFade;
+    bool _screenCheckPending = false;
+
+    // Dragging the panel by its background where the window manager cannot move it.
+    QPoint _dragOffset;
+    bool _dragging = false;
+};
+
+} // namespace kelp
