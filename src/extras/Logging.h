@@ -9,3 +9,4 @@ Q_DECLARE_LOGGING_CATEGORY(lcExtras)    // kelp.extras: property lists, files, h
 Q_DECLARE_LOGGING_CATEGORY(lcColour)    // kelp.colour: the Qt side of icon colour analysis
 Q_DECLARE_LOGGING_CATEGORY(lcPlatform)  // kelp.platform: the desktop layer
 Q_DECLARE_LOGGING_CATEGORY(lcIcons)     // kelp.icons: icon loading
+Q_DECLARE_LOGGING_CATEGORY(lcWindow)    // kelp.window: the panel's views

@@ -1,13 +1,13 @@
-// main() for test programs that need a Qt application object (event loop, timers, signals).
-// Runs on the offscreen platform unless the environment names another one.
-#include <QGuiApplication>
+// main() for test programs that need a Qt application object (event loop, timers, signals,
+// widgets). Runs on the offscreen platform unless the environment names another one.
+#include <QApplication>
 
 #include <gtest/gtest.h>
 
 int main(int argc, char **argv)
 {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
+    QApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }
