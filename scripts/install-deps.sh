@@ -6,12 +6,13 @@ packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-svg-dev libqt6svg6 qt6-image-formats-plugins
     libplist-dev libglib2.0-dev
+    hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev xvfb openbox xterm x11-apps
     googletest libgtest-dev libbenchmark-dev
     clang-format
 )
 if [ "${1:-}" = "--with-bench" ]; then
-    packages+=(papirus-icon-theme nodejs npm)
+    packages+=(nodejs npm)
 fi
 
 missing=()

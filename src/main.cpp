@@ -1,12 +1,16 @@
 // kelp: the launcher's entry point and its command-line tools.
 #include "catalogue/CatalogueReport.h"
+#include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
 #include "control/AnalyzeColoursCommand.h"
 #include "control/RegisteredDefaults.h"
 #include "extras/Defaults.h"
+#include "platform/Desktop.h"
 #include "platform/gio/GioAppsOnDisk.h"
+#include "platform/icons/FreedesktopIconSource.h"
 
 #include <QCommandLineParser>
+#include <QEventLoop>
 #include <QGuiApplication>
 #include <QJsonDocument>
 #include <QTextStream>
@@ -16,14 +20,31 @@
 
 namespace {
 
-int printCatalogue(bool rescan)
+// Runs the event loop until every queued icon load has been applied to its entry.
+void waitForIcons()
+{
+    kelp::IconLoader &loader = kelp::IconLoader::shared();
+    if (loader.pendingLoads() == 0) return;
+    QEventLoop loop;
+    QObject::connect(&loader, &kelp::IconLoader::allLoadsDelivered, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+int printCatalogue(bool rescan, bool icons)
 {
     using namespace kelp;
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 
+    // Icons only when asked for: then each entry's colour key comes from its real icon.
+    if (icons)
+        IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>(
+            defaults.string(QStringLiteral("iconThemeName"))));
+    else
+        desktop().icons.reset();
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
-    QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue]() {
+    QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue, icons]() {
+        if (icons) waitForIcons();
         const QByteArray json =
             QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
         std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
@@ -63,6 +84,10 @@ int main(int argc, char **argv)
         QStringLiteral("rescan"),
         QCoreApplication::translate(
             "main", "With --print-catalogue: walk the folders even when a cached list exists."));
+    const QCommandLineOption iconsOption(
+        QStringLiteral("icons"),
+        QCoreApplication::translate(
+            "main", "With --print-catalogue: load every icon first, so colour keys are real."));
     const QCommandLineOption analyzeOption(
         QStringLiteral("analyze-colours"),
         QCoreApplication::translate(
@@ -73,6 +98,7 @@ int main(int argc, char **argv)
         QCoreApplication::translate("main", "key=value"));
     parser.addOption(printOption);
     parser.addOption(rescanOption);
+    parser.addOption(iconsOption);
     parser.addOption(analyzeOption);
     parser.addOption(setOption);
     parser.addPositionalArgument(
@@ -119,7 +145,8 @@ int main(int argc, char **argv)
                             << '\n';
         return 2;
     }
-    if (parser.isSet(printOption)) return printCatalogue(parser.isSet(rescanOption));
+    if (parser.isSet(printOption))
+        return printCatalogue(parser.isSet(rescanOption), parser.isSet(iconsOption));
 
     QTextStream(stderr)
         << QCoreApplication::translate(

@@ -14,6 +14,7 @@ QVariantMap catalogueRegisteredDefaults()
         {QStringLiteral("excludeArray"), QVariantList()},
         {QStringLiteral("maxFolderRecursionDepth"), qint64(4)},
         {QStringLiteral("sortRunningByLaunchOrder"), true},
+        {QStringLiteral("iconThemeName"), QString()}, // empty: the desktop's icon theme
     };
 }
 

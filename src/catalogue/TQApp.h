@@ -91,7 +91,21 @@ public:
     void setFileID(qint64 id) { _fileID = id; }
     ColorSortParams colorSortParams() const { return _colorSortParams; }
     void setColorSortParams(const ColorSortParams &p) { _colorSortParams = p; }
-    // (Icon loading adds its entry points here, implemented in TQAppIcon.cpp.)
+    // Icon loading (TQAppIcon.cpp). Takes the catalogue's icon parameters: recomputes the letters
+    // and the excluded-keyword flag, then shows "notfound" for a file that is gone, or loads the
+    // icon (loadIconWithParameters).
+    void setIconParameters(const ColorSortParams &params);
+    // Queues a background load of the file's icon, unless the file (by inode), the size and the
+    // icon are unchanged: then only the colour key follows the new parameters.
+    void loadIconWithParameters(const ColorSortParams &params);
+    // Back to the "dot" and to file number 0, so the next parameters fetch the icon again.
+    void resetIconToDot();
+    // The icon for painting: drawn for the screen's device pixel ratio when it is above 1,
+    // otherwise icon(). icon() is the bitmap the colour analysis saw.
+    QImage displayIcon() const;
+    void setDisplayIcon(const QImage &image) { _displayIcon = image; }
+    // Counts the loads queued for this entry; a result is applied only if no newer one was queued.
+    quint64 iconLoadGeneration() const { return _iconLoadGeneration; }
 
     // --- Colour sort key (TQAppColour.cpp) ----------------------------------------------------
     struct SortedColour
@@ -155,3 +169,5 @@ using AppList = QList<TQAppPtr>;
 using AppLists = QList<AppList>;
 
 } // namespace kelp
+    QImage _displayIcon;
+    quint64 _iconLoadGeneration = 0;

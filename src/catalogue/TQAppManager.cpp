@@ -124,6 +124,7 @@ TQAppManager::TQAppManager(Defaults &defaults, std::shared_ptr<const AppsOnDisk>
     connect(&_scanPathListTimer, &QTimer::timeout, this, &TQAppManager::scanPathListDidChange);
 
     connect(&_defaults, &Defaults::changed, this, &TQAppManager::defaultsChanged);
+    setUpIconLoading();
 }
 
 TQAppManager::~TQAppManager()
@@ -901,10 +902,13 @@ void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue,
         queueScanPathListChanged();
     } else if (key == QLatin1String("maxFolderRecursionDepth")) {
         // Read at the start of the next walk.
+    } else if (key == QLatin1String("colorSortGrayThreshold") ||
+               key == QLatin1String("colorSortWrapHue") ||
+               key == QLatin1String("colorSortMinSaturation") ||
+               key == QLatin1String("colorSortMinLuminosity") ||
+               key == QLatin1String("colorSortGraysBySecondaryColor")) {
+        colourSettingChanged(oldValue, newValue);
     }
-    // The colour keys are icon loading's business: it listens to the same store.
-    Q_UNUSED(oldValue)
-    Q_UNUSED(newValue)
 }
 
 void TQAppManager::queueScanPathListChanged()
@@ -1041,6 +1045,7 @@ void TQAppManager::fullScan()
         sortAllApps();
         rebuildDependentApps();
         rebuildEverythingSet();
+        loadAllIconsPrioritizingGroup(All);
         Q_EMIT rescanFinished();
     });
 }
@@ -1060,12 +1065,12 @@ void TQAppManager::rescanAllAppsPrioritizingGroup(int group, bool forceWalk)
 
 void TQAppManager::continueRescan(int group)
 {
-    Q_UNUSED(group) // icons are loaded group first once icon loading is part of the catalogue
     sortAllApps();
     readExcludedApps1DFromDisk();
     readUserAppsFromDisk();
     rebuildDependentApps();
     rebuildEverythingSet();
+    loadAllIconsPrioritizingGroup(group);
     Q_EMIT rescanFinished();
 }
 

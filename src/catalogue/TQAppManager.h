@@ -212,6 +212,20 @@ private:
     void announce(int group);
     void announceAll();
     void applyWalk(const WalkResult &result);
+    // The icon parameters from the settings (maximumIconSize and the five colour-sort keys).
+    ColorSortParams iconParametersFromDefaults() const;
+    // Gives every entry the current icon parameters; each fetches its icon only when needed.
+    void loadIconsForApps(const AppList &apps);
+    void loadIconsForApps(const AppLists &apps);
+    // Loads the icons of the list behind the group first (4 for 3/4, 6 for 5/6, 9 for 8/9, else
+    // 2), then those of every other entry.
+    void loadAllIconsPrioritizingGroup(int group);
+    // Every entry of group 6 back to the dot, then its icons fetched again.
+    void clearIconsForAllApps();
+    // An icon (and so a colour key) changed: re-sort by colour a second after the last change.
+    void appIconChanged(const TQAppPtr &app);
+    void sortIconColorTimerFire();
+    bool isColourSortPending() const { return _sortColorTimer.isActive(); }
     void continueRescan(int group);
     void loadNameCache();
     void saveNameCache();
@@ -250,6 +264,8 @@ private:
     bool _walkInBackground = true;
     bool _walking = false;
     bool _walkAgain = false;
+    void setUpIconLoading();
+    void colourSettingChanged(const QVariant &oldValue, const QVariant &newValue);
     QList<std::function<void()>> _afterWalk;
     std::shared_ptr<std::atomic<bool>> _cancelWalk;
     int _maxRecursionDepth = 4;
@@ -262,3 +278,4 @@ private:
 };
 
 } // namespace kelp
+    QTimer _sortColorTimer; // icon loading: the colour re-sort after icons arrive

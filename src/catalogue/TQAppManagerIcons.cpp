@@ -1,0 +1,106 @@
+// The catalogue's side of icon loading: which entries load first, the settings that feed the
+// icon parameters, and the colour re-sort once a burst of icons has arrived.
+#include "catalogue/TQAppManager.h"
+
+#include "extras/Defaults.h"
+#include "extras/Notifications.h"
+
+#include <QSet>
+
+namespace kelp {
+
+namespace {
+constexpr int kColourSortDelayMs = 1000;
+} // namespace
+
+void TQAppManager::setUpIconLoading()
+{
+    _sortColorTimer.setSingleShot(true);
+    _sortColorTimer.setInterval(kColourSortDelayMs);
+    connect(&_sortColorTimer, &QTimer::timeout, this, &TQAppManager::sortIconColorTimerFire);
+    connect(&Notifications::instance(), &Notifications::appIconChanged, this,
+            &TQAppManager::appIconChanged);
+}
+
+ColorSortParams TQAppManager::iconParametersFromDefaults() const
+{
+    ColorSortParams p;
+    p.maximumIconSize = _defaults.integer(QStringLiteral("maximumIconSize"));
+    p.colorSortGrayThreshold =
+        static_cast<float>(_defaults.real(QStringLiteral("colorSortGrayThreshold")));
+    p.colorSortWrapHue = static_cast<float>(_defaults.real(QStringLiteral("colorSortWrapHue")));
+    p.colorSortMinSaturation =
+        static_cast<float>(_defaults.real(QStringLiteral("colorSortMinSaturation")));
+    p.colorSortMinLuminosity =
+        static_cast<float>(_defaults.real(QStringLiteral("colorSortMinLuminosity")));
+    p.colorSortGraysBySecondaryColor =
+        _defaults.boolean(QStringLiteral("colorSortGraysBySecondaryColor"));
+    return p;
+}
+
+void TQAppManager::loadIconsForApps(const AppList &apps)
+{
+    if (apps.isEmpty()) return;
+    const ColorSortParams params = iconParametersFromDefaults();
+    for (const TQAppPtr &app : apps)
+        app->setIconParameters(params);
+}
+
+void TQAppManager::loadIconsForApps(const AppLists &apps)
+{
+    for (const AppList &inner : apps)
+        loadIconsForApps(inner);
+}
+
+void TQAppManager::loadAllIconsPrioritizingGroup(int group)
+{
+    const AppList *first = &_includedApps1D;
+    if (group == Excluded || group == Excluded1D)
+        first = &_excludedApps1D;
+    else if (group == All || group == All1D)
+        first = &_allApps1D;
+    else if (group == User || group == User1D)
+        first = &_userApps1D;
+    // Copies: loading may announce changes whose receivers edit the groups.
+    const AppList priority = *first;
+    loadIconsForApps(priority);
+
+    QSet<const TQApp *> done;
+    done.reserve(priority.size());
+    for (const TQAppPtr &app : priority)
+        done.insert(app.get());
+    AppList rest;
+    for (const TQAppPtr &app : std::as_const(_everything)) {
+        if (!done.contains(app.get())) rest.append(app);
+    }
+    loadIconsForApps(rest);
+}
+
+void TQAppManager::clearIconsForAllApps()
+{
+    const AppList all = _allApps1D;
+    for (const TQAppPtr &app : all)
+        app->resetIconToDot();
+    loadIconsForApps(all);
+}
+
+void TQAppManager::appIconChanged(const TQAppPtr &app)
+{
+    _sortColorTimer.stop();
+    if (app) _sortColorTimer.start();
+}
+
+void TQAppManager::sortIconColorTimerFire()
+{
+    _sortColorTimer.stop();
+    if (_defaults.integer(QStringLiteral("groupContentsSortOrder")) == 2) sortAllArrays();
+}
+
+void TQAppManager::colourSettingChanged(const QVariant &oldValue, const QVariant &newValue)
+{
+    // Compared as the floats the icon parameters hold: a change below their precision is none.
+    if (static_cast<float>(oldValue.toDouble()) == static_cast<float>(newValue.toDouble())) return;
+    loadIconsForApps(_allApps1D);
+}
+
+} // namespace kelp

@@ -1,0 +1,182 @@
+#include "platform/icons/FreedesktopIconSource.h"
+
+#include "extras/ColourImage.h"
+#include "extras/Logging.h"
+#include "extras/Plist.h"
+#include "platform/icons/IconTheme.h"
+
+#include <QElapsedTimer>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <gio/gio.h>
+
+namespace kelp {
+namespace {
+
+struct KeyFileDeleter
+{
+    void operator()(GKeyFile *k) const { g_key_file_free(k); }
+};
+using KeyFilePtr = std::unique_ptr<GKeyFile, KeyFileDeleter>;
+
+bool isVectorFile(const QString &file)
+{
+    return file.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive) ||
+           file.endsWith(QLatin1String(".svgz"), Qt::CaseInsensitive);
+}
+
+// An Icon key written as a file name ("foo.png") names the icon "foo".
+QString iconNameFromKey(const QString &key)
+{
+    static const char *const extensions[] = {".png", ".svg", ".xpm"};
+    for (const char *ext : extensions) {
+        if (key.endsWith(QLatin1String(ext), Qt::CaseInsensitive)) return key.chopped(4);
+    }
+    return key;
+}
+
+} // namespace
+
+FreedesktopIconSource::FreedesktopIconSource(const QString &themeName, const QStringList &baseDirs,
+                                             const QStringList &pixmapDirs, bool useGSettings)
+    : _themeName(themeName), _baseDirs(baseDirs), _pixmapDirs(pixmapDirs),
+      _useGSettings(useGSettings)
+{}
+
+FreedesktopIconSource::~FreedesktopIconSource() = default;
+
+const IconThemeIndex &FreedesktopIconSource::themeIndex() const
+{
+    std::call_once(_built, [this]() {
+        QElapsedTimer timer;
+        timer.start();
+        const QString theme =
+            _themeName.isEmpty() ? desktopIconThemeName(_useGSettings) : _themeName;
+        _index = IconThemeIndex::build(
+            theme, _baseDirs.isEmpty() ? IconThemeIndex::defaultBaseDirs() : _baseDirs,
+            _pixmapDirs.isEmpty() ? IconThemeIndex::defaultPixmapDirs() : _pixmapDirs);
+        qCInfo(lcIcons).noquote() << "Icon theme" << theme
+                                  << "indexed:" << _index->searchOrder().join(QLatin1String(" > "))
+                                  << "(" << _index->fileCount() << "files," << timer.elapsed()
+                                  << "ms)";
+    });
+    return *_index;
+}
+
+const QStringList &FreedesktopIconSource::genericIconNames()
+{
+    static const QStringList names{QStringLiteral("application-x-executable"),
+                                   QStringLiteral("application-default-icon"),
+                                   QStringLiteral("exec")};
+    return names;
+}
+
+QString FreedesktopIconSource::iconKeyOfDesktopEntry(const QString &path)
+{
+    KeyFilePtr kf(g_key_file_new());
+    GError *error = nullptr;
+    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+                                   &error)) {
+        qCInfo(lcIcons).noquote() << "Cannot read the desktop entry" << path << ":"
+                                  << error->message;
+        g_error_free(error);
+        return {};
+    }
+    gchar *value =
+        g_key_file_get_locale_string(kf.get(), "Desktop Entry", "Icon", nullptr, nullptr);
+    const QString key = QString::fromUtf8(value).trimmed();
+    g_free(value);
+    return key;
+}
+
+QString FreedesktopIconSource::iconFileOfBundle(const QString &bundlePath)
+{
+    const QString infoPlist = bundlePath + QStringLiteral("/Contents/Info.plist");
+    const plist::ReadResult read = plist::readFile(infoPlist);
+    if (!read.ok()) {
+        if (read.status != plist::ReadResult::Missing)
+            qCInfo(lcIcons).noquote() << "Cannot read" << infoPlist << ":" << read.error;
+        return {};
+    }
+    QString name = read.value.toMap().value(QStringLiteral("CFBundleIconFile")).toString();
+    name = name.trimmed();
+    if (name.isEmpty() || name.contains(QLatin1Char('/')) || name.startsWith(QLatin1Char('.')))
+        return {};
+    if (QFileInfo(name).suffix().isEmpty()) name += QStringLiteral(".icns");
+    return bundlePath + QStringLiteral("/Contents/Resources/") + name;
+}
+
+QImage FreedesktopIconSource::renderIcon(const QString &file, int pixelSize)
+{
+    const QFileInfo info(file);
+    if (!info.isFile()) {
+        qCInfo(lcIcons).noquote() << "No icon file at" << file;
+        return {};
+    }
+    if (info.size() > kLargestIconFileBytes) {
+        qCWarning(lcIcons).noquote()
+            << "Icon file" << file << "is too large to read (" << info.size() << "bytes)";
+        return {};
+    }
+    if (!isVectorFile(file)) {
+        QImageReader reader(file);
+        if (!reader.canRead()) {
+            qCWarning(lcIcons).noquote()
+                << "Icon file" << file << "cannot be decoded:" << reader.errorString();
+            return {};
+        }
+        const QSize size = reader.size();
+        if (size.width() > kLargestIconSide || size.height() > kLargestIconSide) {
+            qCWarning(lcIcons).noquote() << "Icon file" << file << "is too large to decode ("
+                                         << size.width() << "x" << size.height() << ")";
+            return {};
+        }
+    }
+    QImage image = renderIconFile(file, pixelSize);
+    if (image.isNull()) qCWarning(lcIcons).noquote() << "Icon file" << file << "cannot be decoded";
+    return image;
+}
+
+QImage FreedesktopIconSource::themeIcon(const QString &name, int pixelSize) const
+{
+    const QString file = themeIndex().lookup(name, pixelSize);
+    return file.isEmpty() ? QImage() : renderIcon(file, pixelSize);
+}
+
+QImage FreedesktopIconSource::genericIcon(int pixelSize) const
+{
+    for (const QString &name : genericIconNames()) {
+        QImage image = themeIcon(name, pixelSize);
+        if (!image.isNull()) return image;
+    }
+    return {};
+}
+
+QImage FreedesktopIconSource::iconForFile(const QString &path, int pixelSize) const
+{
+    if (pixelSize < 1) return {};
+    const QFileInfo info(path);
+    if (!info.exists()) return {};
+
+    QImage image;
+    if (info.isDir()) {
+        if (path.endsWith(QLatin1String(".app"))) {
+            const QString file = iconFileOfBundle(path);
+            if (!file.isEmpty()) image = renderIcon(file, pixelSize);
+        }
+    } else if (path.endsWith(QLatin1String(".desktop"))) {
+        const QString key = iconKeyOfDesktopEntry(path);
+        if (key.startsWith(QLatin1Char('/'))) {
+            image = renderIcon(key, pixelSize);
+        } else if (!key.isEmpty() && !key.contains(QLatin1Char('/'))) {
+            image = themeIcon(iconNameFromKey(key), pixelSize);
+            if (image.isNull())
+                qCInfo(lcIcons).noquote() << "No icon named" << key << "for" << path;
+        }
+    }
+    if (image.isNull()) image = genericIcon(pixelSize);
+    return image;
+}
+
+} // namespace kelp

@@ -1,0 +1,95 @@
+#pragma once
+// IconThemeIndex: a read-only index of the freedesktop icon themes Kelp draws from.
+//
+// Building the index reads each theme's index.theme and lists every icon folder of the user's
+// theme, its parents (followed once each, so a loop in "Inherits" ends), hicolor and the pixmap
+// folders, once. After that, lookups only read the index: any number of threads may look up at
+// the same time without locks. The build touches the disk; run it off the GUI thread.
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+namespace kelp {
+
+class IconThemeIndex
+{
+public:
+    // The folders themes are searched in, in order: $HOME/.icons, $XDG_DATA_HOME/icons, each
+    // $XDG_DATA_DIRS/icons.
+    static QStringList defaultBaseDirs();
+    // The folders of loose icons searched last: /usr/share/pixmaps.
+    static QStringList defaultPixmapDirs();
+
+    // Lists the theme `themeName` (hicolor when empty or not installed), its parents and
+    // hicolor. Icons directly inside a base folder or a pixmap folder are the last fallback.
+    static std::shared_ptr<const IconThemeIndex>
+    build(const QString &themeName, const QStringList &baseDirs, const QStringList &pixmapDirs);
+
+    // The file for an icon name at a size in pixels, or an empty string. Each theme in turn is
+    // asked for a picture made for that size; failing that, for a scalable picture; failing
+    // that, for the nearest size (the larger one on a tie). Then the loose icons.
+    QString lookup(const QString &iconName, int pixelSize) const;
+
+    // The theme asked for, and the themes searched, in order.
+    QString themeName() const { return _requestedTheme; }
+    QStringList searchOrder() const;
+    // How many icon files the index holds.
+    qsizetype fileCount() const { return _fileCount; }
+
+    enum class DirType : quint8 { Fixed, Scalable, Threshold };
+    struct Dir
+    {
+        QString subdir;
+        int size = 0;
+        int scale = 1;
+        int minSize = 0;
+        int maxSize = 0;
+        int threshold = 2;
+        DirType type = DirType::Threshold;
+
+        bool matchesSize(int pixelSize) const;
+        int sizeDistance(int pixelSize) const;
+    };
+
+private:
+    struct File
+    {
+        quint16 dir;  // index into Theme::dirs
+        quint16 base; // index into _baseDirs
+        quint8 ext;   // index into the extension list
+    };
+    struct Theme
+    {
+        QString name;
+        QStringList parents;
+        QList<Dir> dirs;
+        QHash<QString, QList<File>> icons; // by icon name; in folder, base folder, extension order
+    };
+    struct LooseFile
+    {
+        QString dir;
+        quint8 ext;
+    };
+
+    QString filePath(const Theme &theme, const File &file, const QString &name) const;
+    QString lookupInTheme(const Theme &theme, const QString &name, int pixelSize) const;
+
+    QString _requestedTheme;
+    QStringList _baseDirs;
+    QList<Theme> _themes;             // in search order
+    QHash<QString, LooseFile> _loose; // first match per name
+    qsizetype _fileCount = 0;
+
+    friend struct IconThemeBuilder;
+};
+
+// The icon theme the desktop uses: GSettings org.gnome.desktop.interface icon-theme (when that
+// schema is installed and useGSettings is set), else gtk-icon-theme-name in
+// $XDG_CONFIG_HOME/gtk-3.0/settings.ini, else [Icons] Theme in $XDG_CONFIG_HOME/kdeglobals, else
+// "hicolor".
+QString desktopIconThemeName(bool useGSettings = true);
+
+} // namespace kelp

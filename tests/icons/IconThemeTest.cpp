@@ -1,0 +1,322 @@
+// The theme index and the icon source over themes written for the test, then over the themes
+// Debian installs.
+#include "IconFixtures.h"
+
+#include "extras/Plist.h"
+#include "platform/icons/FreedesktopIconSource.h"
+#include "platform/icons/IconTheme.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImageWriter>
+
+#include <gtest/gtest.h>
+
+using namespace kelp;
+using namespace kelp::test;
+
+namespace {
+
+const QColor kRed(220, 30, 30);
+const QColor kGreen(30, 180, 60);
+const QColor kBlue(30, 60, 220);
+const QColor kGrey(128, 128, 128);
+
+class IconThemeTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(tmp.isValid()); }
+
+    QString base() const { return tmp.filePath(QStringLiteral("icons")); }
+    QString userBase() const { return tmp.filePath(QStringLiteral("user-icons")); }
+    QString pixmaps() const { return tmp.filePath(QStringLiteral("pixmaps")); }
+    QString iconPath(const QString &theme, const QString &subdir, const QString &file) const
+    {
+        return base() + QLatin1Char('/') + theme + QLatin1Char('/') + subdir + QLatin1Char('/') +
+               file;
+    }
+    void icon(const QString &theme, const QString &subdir, const QString &file,
+              const QColor &colour = kGrey)
+    {
+        ASSERT_TRUE(writeIcon(iconPath(theme, subdir, file), colour));
+    }
+    std::shared_ptr<const IconThemeIndex> build(const QString &theme) const
+    {
+        return IconThemeIndex::build(theme, {userBase(), base()}, {pixmaps()});
+    }
+    // A hicolor theme with one fixed size and the generic application icon.
+    void writeHicolor()
+    {
+        ASSERT_TRUE(writeTheme(base(), QStringLiteral("hicolor"), {},
+                               {{QStringLiteral("48x48/apps"), 48, QStringLiteral("Threshold")}}));
+        icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"),
+             QStringLiteral("application-x-executable.png"), kGrey);
+    }
+
+    QTemporaryDir tmp;
+};
+
+TEST_F(IconThemeTest, PicksTheSizeMadeForTheRequestThenScalableThenNearest)
+{
+    ASSERT_TRUE(
+        writeTheme(base(), QStringLiteral("Kelp"), {},
+                   {{QStringLiteral("32x32/apps"), 32, QStringLiteral("Fixed")},
+                    {QStringLiteral("64x64/apps"), 64, QStringLiteral("Fixed")},
+                    {QStringLiteral("48x48/apps"), 48, QStringLiteral("Threshold")},
+                    {QStringLiteral("scalable/apps"), 64, QStringLiteral("Scalable"), 16, 256}}));
+    const QString t = QStringLiteral("Kelp");
+    icon(t, QStringLiteral("32x32/apps"), QStringLiteral("both.png"));
+    icon(t, QStringLiteral("scalable/apps"), QStringLiteral("both.svg"));
+    icon(t, QStringLiteral("32x32/apps"), QStringLiteral("fixed.png"));
+    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("fixed.png"));
+    icon(t, QStringLiteral("48x48/apps"), QStringLiteral("threshold.png"));
+    // Two files in one folder: PNG before SVG.
+    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("twice.svg"));
+    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("twice.png"));
+    const auto index = build(t);
+
+    // Made for the size.
+    EXPECT_EQ(index->lookup(QStringLiteral("both"), 32), iconPath(t, "32x32/apps", "both.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("threshold"), 50),
+              iconPath(t, "48x48/apps", "threshold.png"));
+    // Within the scalable folder's range, and past it: the vector picture.
+    EXPECT_EQ(index->lookup(QStringLiteral("both"), 128), iconPath(t, "scalable/apps", "both.svg"));
+    EXPECT_EQ(index->lookup(QStringLiteral("both"), 512), iconPath(t, "scalable/apps", "both.svg"));
+    // Fixed sizes only: the nearest, the larger one on a tie.
+    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 40), iconPath(t, "32x32/apps", "fixed.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 48), iconPath(t, "64x64/apps", "fixed.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 128), iconPath(t, "64x64/apps", "fixed.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("twice"), 64), iconPath(t, "64x64/apps", "twice.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("absent"), 64), QString());
+}
+
+TEST_F(IconThemeTest, SearchesTheThemeThenItsParentsOnceEachThenHicolorThenPixmaps)
+{
+    writeHicolor();
+    const QList<ThemeDir> dirs{{QStringLiteral("32x32/apps"), 32, QStringLiteral("Fixed")},
+                               {QStringLiteral("64x64/apps"), 64, QStringLiteral("Fixed")}};
+    // Kelp -> Parent -> (Kelp again: a loop) and Grand.
+    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Kelp"), {QStringLiteral("Parent")}, dirs));
+    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Parent"),
+                           {QStringLiteral("Kelp"), QStringLiteral("Grand")}, dirs));
+    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Grand"), {QStringLiteral("Missing")}, dirs));
+    icon(QStringLiteral("Kelp"), QStringLiteral("32x32/apps"), QStringLiteral("shared.png"));
+    icon(QStringLiteral("Parent"), QStringLiteral("64x64/apps"), QStringLiteral("shared.png"));
+    icon(QStringLiteral("Grand"), QStringLiteral("64x64/apps"), QStringLiteral("deep.png"));
+    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("deep.png"));
+    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("hi.png"));
+    ASSERT_TRUE(writeIcon(pixmaps() + QStringLiteral("/loose.png"), kGrey));
+    ASSERT_TRUE(writeIcon(pixmaps() + QStringLiteral("/hi.png"), kGrey));
+
+    const auto index = build(QStringLiteral("Kelp"));
+    EXPECT_EQ(index->searchOrder(), (QStringList{"Kelp", "Parent", "Grand", "hicolor"}));
+    // The theme's nearest size beats the parent's exact size.
+    EXPECT_EQ(index->lookup(QStringLiteral("shared"), 64),
+              iconPath("Kelp", "32x32/apps", "shared.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("deep"), 48),
+              iconPath("Grand", "64x64/apps", "deep.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("hi"), 64), iconPath("hicolor", "48x48/apps", "hi.png"));
+    EXPECT_EQ(index->lookup(QStringLiteral("loose"), 64), pixmaps() + QStringLiteral("/loose.png"));
+
+    // A theme that is not installed leaves hicolor.
+    EXPECT_EQ(build(QStringLiteral("Nowhere"))->searchOrder(), QStringList{"hicolor"});
+}
+
+TEST_F(IconThemeTest, EarlierBaseFoldersOverrideLaterOnes)
+{
+    writeHicolor();
+    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("mine.png"));
+    ASSERT_TRUE(writeIcon(userBase() + QStringLiteral("/hicolor/48x48/apps/mine.png"), kRed));
+    EXPECT_EQ(build(QStringLiteral("hicolor"))->lookup(QStringLiteral("mine"), 48),
+              userBase() + QStringLiteral("/hicolor/48x48/apps/mine.png"));
+}
+
+TEST_F(IconThemeTest, DesktopThemeComesFromGtkThenKdeSettings)
+{
+    const QString config = tmp.filePath(QStringLiteral("config"));
+    const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
+    qputenv("XDG_CONFIG_HOME", config.toUtf8());
+    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("hicolor"));
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/kdeglobals"),
+                          "[General]\nTheme=Wrong\n[Icons]\nTheme=breeze\n"));
+    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("breeze"));
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/gtk-3.0/settings.ini"),
+                          "[Settings]\ngtk-icon-theme-name = Papirus-Dark\n"));
+    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("Papirus-Dark"));
+    qputenv("XDG_CONFIG_HOME", saved);
+}
+
+// --- The icon source ----------------------------------------------------------------------------
+
+class IconSourceTest : public IconThemeTest
+{
+protected:
+    void SetUp() override
+    {
+        IconThemeTest::SetUp();
+        writeHicolor();
+        ASSERT_TRUE(writeTheme(
+            base(), QStringLiteral("Kelp"), {QStringLiteral("hicolor")},
+            {{QStringLiteral("scalable/apps"), 64, QStringLiteral("Scalable"), 8, 512}}));
+        icon(QStringLiteral("Kelp"), QStringLiteral("scalable/apps"), QStringLiteral("red.svg"),
+             kRed);
+        source = std::make_unique<FreedesktopIconSource>(
+            QStringLiteral("Kelp"), QStringList{userBase(), base()}, QStringList{pixmaps()}, false);
+    }
+    QString entry(const QString &name, const QString &icon)
+    {
+        const QString path = tmp.filePath(QStringLiteral("apps/") + name + ".desktop");
+        EXPECT_TRUE(writeFile(path, desktopEntry(name, icon)));
+        return path;
+    }
+    QColor colourOf(const QString &path, int size = 32)
+    {
+        const QImage image = source->iconForFile(path, size);
+        if (image.isNull()) return {};
+        EXPECT_EQ(image.size(), QSize(size, size));
+        EXPECT_EQ(image.format(), QImage::Format_RGBA8888_Premultiplied);
+        return centreColour(image);
+    }
+
+    std::unique_ptr<FreedesktopIconSource> source;
+};
+
+TEST_F(IconSourceTest, DesktopEntriesBundlesAndProgramsGetTheirIconOrTheGenericOne)
+{
+    const QString absolute = tmp.filePath(QStringLiteral("art/green.png"));
+    ASSERT_TRUE(writeIcon(absolute, kGreen, 256));
+    EXPECT_TRUE(sameColour(colourOf(entry("Named", "red")), kRed));
+    EXPECT_TRUE(sameColour(colourOf(entry("FileName", "red.svg")), kRed));
+    EXPECT_TRUE(sameColour(colourOf(entry("Absolute", absolute)), kGreen));
+    EXPECT_TRUE(sameColour(colourOf(entry("Unknown", "no-such-icon")), kGrey));
+    EXPECT_TRUE(sameColour(colourOf(entry("NoKey", QString())), kGrey));
+    EXPECT_TRUE(sameColour(colourOf(entry("MissingFile", tmp.filePath("art/gone.png"))), kGrey));
+
+    // An ".app" bundle: CFBundleIconFile without an extension means ".icns".
+    const QString bundle = tmp.filePath(QStringLiteral("Kelp Test.app"));
+    ASSERT_TRUE(QDir().mkpath(bundle + QStringLiteral("/Contents/Resources")));
+    ASSERT_TRUE(plist::writeXmlFile(bundle + QStringLiteral("/Contents/Info.plist"),
+                                    QVariantMap{{"CFBundleIconFile", "AppIcon"}}));
+    QImage icns(128, 128, QImage::Format_ARGB32);
+    icns.fill(kBlue);
+    QImageWriter writer(bundle + QStringLiteral("/Contents/Resources/AppIcon.icns"), "icns");
+    ASSERT_TRUE(writer.write(icns)) << writer.errorString().toStdString();
+    EXPECT_TRUE(sameColour(colourOf(bundle, 64), kBlue));
+    ASSERT_TRUE(plist::writeXmlFile(bundle + QStringLiteral("/Contents/Info.plist"),
+                                    QVariantMap{{"CFBundleIconFile", "../../../escape"}}));
+    EXPECT_TRUE(sameColour(colourOf(bundle, 64), kGrey));
+
+    // A program, and a file that is gone.
+    const QString program = tmp.filePath(QStringLiteral("bin/tool"));
+    ASSERT_TRUE(writeFile(program, "#!/bin/sh\n"));
+    EXPECT_TRUE(sameColour(colourOf(program), kGrey));
+    EXPECT_TRUE(
+        source->iconForFile(tmp.filePath(QStringLiteral("apps/Gone.desktop")), 32).isNull());
+}
+
+TEST_F(IconSourceTest, WithoutAGenericIconThereIsNoIcon)
+{
+    QFile::remove(iconPath("hicolor", "48x48/apps", "application-x-executable.png"));
+    FreedesktopIconSource bare(QStringLiteral("Kelp"), {base()}, {pixmaps()}, false);
+    EXPECT_TRUE(bare.iconForFile(entry("Unknown", "no-such-icon"), 32).isNull());
+    EXPECT_FALSE(bare.iconForFile(entry("Named", "red"), 32).isNull());
+}
+
+TEST_F(IconSourceTest, CorruptAndHugeFilesAreRefusedAndTheGenericIconShown)
+{
+    const QString garbage = tmp.filePath(QStringLiteral("art/garbage.png"));
+    ASSERT_TRUE(writeFile(garbage, QByteArray(5000, '\x5a')));
+    const QString truncated = tmp.filePath(QStringLiteral("art/truncated.png"));
+    ASSERT_TRUE(writeFile(truncated, pngBytes(kRed, 64).left(40)));
+    const QString badSvg = tmp.filePath(QStringLiteral("art/bad.svg"));
+    ASSERT_TRUE(writeFile(badSvg, "<svg><rect"));
+    // A PNG that declares a side far beyond any icon (small on disk, huge once decoded).
+    const QString wide = tmp.filePath(QStringLiteral("art/wide.png"));
+    QImage strip(FreedesktopIconSource::kLargestIconSide + 1, 1, QImage::Format_ARGB32);
+    strip.fill(kRed);
+    ASSERT_TRUE(strip.save(wide));
+    // A file too large to read at all.
+    const QString big = tmp.filePath(QStringLiteral("art/big.png"));
+    {
+        QFile f(big);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(pngBytes(kRed, 16));
+        ASSERT_TRUE(f.resize(FreedesktopIconSource::kLargestIconFileBytes + 1));
+    }
+    for (const QString &file : {garbage, truncated, badSvg, wide, big}) {
+        SCOPED_TRACE(file.toStdString());
+        EXPECT_TRUE(FreedesktopIconSource::renderIcon(file, 32).isNull());
+        EXPECT_TRUE(sameColour(colourOf(entry(QFileInfo(file).baseName(), file)), kGrey));
+    }
+    // A broken theme file leaves that theme out, not the others.
+    ASSERT_TRUE(writeFile(base() + QStringLiteral("/Kelp/index.theme"), QByteArray(300, '\0')));
+    EXPECT_EQ(build(QStringLiteral("Kelp"))->searchOrder(), QStringList{"hicolor"});
+}
+
+TEST_F(IconSourceTest, DisplayIconsCarryTheDevicePixelRatio)
+{
+    const QImage display = source->displayIconForFile(entry("Named", "red"), 64, 2.0);
+    EXPECT_EQ(display.size(), QSize(128, 128));
+    EXPECT_EQ(display.devicePixelRatio(), 2.0);
+    EXPECT_EQ(source->displayIconForFile(entry("Named", "red"), 64, 1.0).size(), QSize(64, 64));
+}
+
+// --- Debian's themes --------------------------------------------------------------------------
+
+class InstalledThemeTest : public ::testing::Test
+{
+protected:
+    static bool installed(const QString &theme)
+    {
+        return QFile::exists(QStringLiteral("/usr/share/icons/") + theme +
+                             QStringLiteral("/index.theme"));
+    }
+    static QStringList systemBases() { return {QStringLiteral("/usr/share/icons")}; }
+};
+
+TEST_F(InstalledThemeTest, AdwaitaAndPapirusResolveRealDesktopEntries)
+{
+    if (!installed(QStringLiteral("Adwaita")) || !installed(QStringLiteral("Papirus")))
+        GTEST_SKIP() << "adwaita-icon-theme and papirus-icon-theme are not installed";
+    QTemporaryDir tmp;
+    const QString terminal = tmp.filePath(QStringLiteral("Terminal.desktop"));
+    ASSERT_TRUE(writeFile(terminal, desktopEntry("Terminal", "utilities-terminal")));
+
+    FreedesktopIconSource adwaita(QStringLiteral("Adwaita"), systemBases(),
+                                  IconThemeIndex::defaultPixmapDirs(), false);
+    const IconThemeIndex &a = adwaita.themeIndex();
+    EXPECT_EQ(a.searchOrder(), (QStringList{"Adwaita", "hicolor"}));
+    EXPECT_EQ(a.lookup(QStringLiteral("utilities-terminal"), 128),
+              QStringLiteral("/usr/share/icons/Adwaita/48x48/legacy/utilities-terminal.png"));
+    EXPECT_FALSE(adwaita.iconForFile(terminal, 128).isNull());
+    // Not in Adwaita or hicolor: Debian's pixmaps folder.
+    if (QFile::exists(QStringLiteral("/usr/share/pixmaps/openbox.png"))) {
+        EXPECT_EQ(a.lookup(QStringLiteral("openbox"), 64),
+                  QStringLiteral("/usr/share/pixmaps/openbox.png"));
+    }
+
+    FreedesktopIconSource papirus(QStringLiteral("Papirus"), systemBases(),
+                                  IconThemeIndex::defaultPixmapDirs(), false);
+    const IconThemeIndex &p = papirus.themeIndex();
+    EXPECT_EQ(p.searchOrder().first(), QStringLiteral("Papirus"));
+    EXPECT_TRUE(p.searchOrder().contains(QStringLiteral("hicolor")));
+    EXPECT_EQ(p.lookup(QStringLiteral("utilities-terminal"), 64),
+              QStringLiteral("/usr/share/icons/Papirus/64x64/apps/utilities-terminal.svg"));
+    EXPECT_GT(p.fileCount(), 10000);
+
+    // Every desktop entry Debian installed here has an icon of its own in Papirus.
+    const QDir applications(QStringLiteral("/usr/share/applications"));
+    for (const QString &file : applications.entryList({QStringLiteral("*.desktop")})) {
+        SCOPED_TRACE(file.toStdString());
+        const QString path = applications.filePath(file);
+        const QString key = FreedesktopIconSource::iconKeyOfDesktopEntry(path);
+        if (key.isEmpty()) continue;
+        if (!key.startsWith(QLatin1Char('/'))) {
+            EXPECT_FALSE(p.lookup(key, 64).isEmpty());
+        }
+        const QImage image = papirus.iconForFile(path, 64);
+        EXPECT_EQ(image.size(), QSize(64, 64));
+    }
+}
+
+} // namespace
