@@ -308,7 +308,9 @@ void TQWindow::hide()
 
 bool TQWindow::isPanelVisible() const
 {
-    return isVisible() && windowOpacity() >= 0.01 && !_fadingOut;
+    if (!isVisible() || _fadingOut) return false;
+    // A panel fading in counts as shown from its first frame.
+    return windowOpacity() >= 0.01 || (_fade && _fade->state() == QAbstractAnimation::Running);
 }
 
 void TQWindow::raise()

@@ -1,0 +1,200 @@
+// The panel with its real icon view over a real catalogue: the group it opens on and remembers,
+// centring and the moved threshold, fitting to the icon view at once or animated, and where keys
+// go (the bar, then the grid, then the panel itself).
+#include "control/TQWindow.h"
+
+#include "catalogue/CatalogueFixture.h"
+#include "control/PanelGeometry.h"
+#include "window/PanelColours.h"
+#include "window/TQIconOverlayView.h"
+#include "window/TQIconView.h"
+#include "window/TQStatsControl.h"
+
+#include <QElapsedTimer>
+#include <QScreen>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace kelp;
+using kelp::test::CatalogueFixture;
+using kelp::test::waitUntil;
+
+// Readable rectangles in failure messages.
+QT_BEGIN_NAMESPACE
+inline void PrintTo(const QRect &r, std::ostream *os)
+{
+    *os << "QRect(" << r.x() << ", " << r.y() << " " << r.width() << "x" << r.height() << ")";
+}
+QT_END_NAMESPACE
+
+class Panel : public CatalogueFixture
+{
+protected:
+    void SetUp() override
+    {
+        CatalogueFixture::SetUp();
+        makeCatalogue();
+        QStringList apps;
+        for (int i = 0; i < 12; ++i)
+            apps << QStringLiteral("/apps/App%1.app").arg(i);
+        setAll({apps});
+        catalogue->rebuildDependentApps();
+        panel = std::make_unique<TQWindow>(*catalogue, *defaults);
+    }
+    void TearDown() override { panel.reset(); }
+
+    QRect screenFrame() const { return QGuiApplication::primaryScreen()->availableGeometry(); }
+    QSize expectedSize() const
+    {
+        const QSize view = panel->iconView()->viewSize();
+        return QSize(std::max(view.width() + TQWindow::kMargins.left() + TQWindow::kMargins.right(),
+                              TQWindow::kMinimumWidth),
+                     view.height() + TQWindow::kMargins.top() + TQWindow::kMargins.bottom());
+    }
+
+    std::unique_ptr<TQWindow> panel;
+};
+
+TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
+{
+    defaults->setValue("groupToShowWhenWindowOpens", qint64(-1));
+    defaults->setValue("groupShownWhenWindowClosed", qint64(TQAppManager::All));
+    panel->show();
+    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::All);
+    EXPECT_EQ(panel->statsControl()->indexOfSelectedButton(), 0);
+    EXPECT_TRUE(panel->isPanelVisible());
+
+    panel->iconView()->setGroupToShow(TQAppManager::Running);
+    EXPECT_EQ(panel->statsControl()->indexOfSelectedButton(), 4); // the bar follows the grid
+    panel->hide();
+    EXPECT_FALSE(panel->isPanelVisible()); // at once, while it fades
+    EXPECT_EQ(defaults->integer("groupShownWhenWindowClosed"), TQAppManager::Running);
+    ASSERT_TRUE(waitUntil([&] { return !panel->isVisible(); }));
+    EXPECT_FALSE(panel->overlayWindow()->isVisible());
+
+    panel->show();
+    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::Running);
+    ASSERT_TRUE(waitUntil([&] { return panel->windowOpacity() >= 1.0; }));
+
+    // A fixed choice wins over the remembered group.
+    panel->hide();
+    defaults->setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::Included));
+    panel->show(); // while still fading out: shown again, on the chosen group
+    EXPECT_TRUE(panel->isPanelVisible());
+    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::Included);
+    QTest::qWait(400);
+    EXPECT_TRUE(panel->isVisible());
+}
+
+TEST_F(Panel, CentresWhenOpeningAndKnowsWhenItWasMoved)
+{
+    panel->show();
+    ASSERT_TRUE(waitUntil([&] { return panel->windowOpacity() >= 1.0; }));
+    const QRect centred = panel->geometry();
+    EXPECT_EQ(centred, panel::centredOn(centred.size(), screenFrame()));
+    EXPECT_FALSE(panel->hasBeenMoved());
+
+    panel->move(centred.topLeft() + QPoint(16, -16));
+    EXPECT_FALSE(panel->hasBeenMoved());
+    panel->move(centred.topLeft() + QPoint(0, 17));
+    EXPECT_TRUE(panel->hasBeenMoved());
+
+    // Showing a panel that is on screen leaves it where the user put it...
+    panel->show();
+    EXPECT_TRUE(panel->hasBeenMoved());
+    // ...but a fully faded one is centred again.
+    panel->setWindowOpacity(0.0);
+    panel->show();
+    EXPECT_FALSE(panel->hasBeenMoved());
+    EXPECT_EQ(panel->geometry(), centred);
+}
+
+TEST_F(Panel, FitsItsIconViewAtOnceWithoutAnimation)
+{
+    panel->show();
+    EXPECT_EQ(panel->size(), expectedSize());
+    const QSize before = panel->size();
+    const QPoint centre = panel->geometry().center();
+
+    QSignalSpy will(panel.get(), &TQWindow::windowWillResize);
+    QSignalSpy did(panel.get(), &TQWindow::windowDidResize);
+    QStringList more;
+    for (int i = 0; i < 40; ++i)
+        more << QStringLiteral("/more/Tool%1.app").arg(i);
+    setAll({more});
+    catalogue->rebuildDependentApps();
+    panel->iconView()->resizeViewForced(true);
+
+    EXPECT_NE(panel->size(), before);
+    EXPECT_EQ(panel->size(), expectedSize());
+    EXPECT_LE((panel->geometry().center() - centre).manhattanLength(), 2);
+    EXPECT_EQ(panel->lastResizeDuration(), 0.0);
+    EXPECT_GE(will.count(), 1);
+    EXPECT_EQ(will.count(), did.count());
+    // The overlay window lies exactly over the panel.
+    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+    EXPECT_TRUE(screenFrame().contains(panel->geometry()));
+}
+
+TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
+{
+    defaults->setValue("animateWindowResizing", true);
+    panel->show();
+    const QRect before = panel->geometry();
+
+    QStringList more;
+    for (int i = 0; i < 40; ++i)
+        more << QStringLiteral("/more/Tool%1.app").arg(i);
+    setAll({more});
+    catalogue->rebuildDependentApps();
+    QElapsedTimer clock;
+    clock.start();
+    panel->iconView()->resizeViewForced(true);
+
+    const QSize target = expectedSize();
+    const double expected = panel::animationResizeTime(before, QRect(QPoint(), target),
+                                                       QGuiApplication::primaryScreen()->size());
+    EXPECT_DOUBLE_EQ(panel->lastResizeDuration(), expected);
+    EXPECT_TRUE(panel->isAnimating());
+    EXPECT_NE(panel->size(), target); // not there yet
+
+    ASSERT_TRUE(waitUntil([&] { return panel->size() == target && !panel->isAnimating(); }));
+    EXPECT_GE(clock.elapsed(), qint64(expected * 1000) - 50);
+    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+}
+
+TEST_F(Panel, KeysGoToTheBarThenTheGridThenThePanel)
+{
+    defaults->setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::Included));
+    panel->show();
+    QSignalSpy close(panel.get(), &TQWindow::closeRequested);
+
+    // Tab belongs to the bar (not to focus changes): no favourites, so Included -> Running.
+    QTest::keyClick(panel.get(), Qt::Key_Tab);
+    EXPECT_EQ(panel->iconView()->groupShown(), TQAppManager::Running);
+    QTest::keyClick(panel.get(), Qt::Key_Backtab, Qt::ShiftModifier);
+    EXPECT_EQ(panel->iconView()->groupShown(), TQAppManager::Included);
+
+    // Letters filter the grid and show in the overlay.
+    QTest::keyClicks(panel.get(), QStringLiteral("ap"));
+    EXPECT_EQ(panel->iconView()->filterSubstring(), QStringLiteral("ap"));
+    EXPECT_TRUE(panel->overlayView()->isShowingFilter());
+    EXPECT_EQ(panel->overlayView()->filterString(), QStringLiteral("ap"));
+
+    // Escape first clears the filter; with nothing left to cancel it closes the panel.
+    QTest::keyClick(panel.get(), Qt::Key_Escape);
+    EXPECT_TRUE(panel->iconView()->filterSubstring().isEmpty());
+    EXPECT_EQ(close.count(), 0);
+    QTest::keyClick(panel.get(), Qt::Key_Escape);
+    EXPECT_EQ(close.count(), 1);
+    QTest::keyClick(panel.get(), Qt::Key_W, Qt::ControlModifier);
+    EXPECT_EQ(close.count(), 2);
+}
+
+TEST_F(Panel, ButtonsAreBlackOnAClearOrLightPanel)
+{
+    EXPECT_TRUE(PanelColours::wantsBlackButtons(0.0, Qt::black));
+    EXPECT_TRUE(PanelColours::wantsBlackButtons(0.85, QColor(220, 220, 220)));
+    EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, Qt::black));
+    EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, QColor(20, 60, 120)));
+}
