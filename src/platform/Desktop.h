@@ -10,6 +10,7 @@ class AppsOnDisk;
 class AppActions;
 class IconSource;
 class RunningApplications;
+class WindowHints;
 
 struct Desktop
 {
@@ -18,6 +19,7 @@ struct Desktop
     std::shared_ptr<IconSource> icons;      // icons for files, thread-safe (may be null)
     std::shared_ptr<RunningApplications>
         running; // running applications and their events (may be null)
+    std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
 };
 
 // The services in use; empty members until start-up installs them.

@@ -5,6 +5,7 @@
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/x11/X11AppActions.h"
 #include "platform/x11/X11RunningApplications.h"
+#include "platform/x11/X11WindowHints.h"
 
 #include <QGuiApplication>
 
@@ -21,6 +22,8 @@ Desktop makeDesktopServices(const QString &platformName)
         if (running->isConnected()) {
             services.actions = std::make_shared<X11AppActions>(running);
             services.running = running;
+            auto hints = std::make_shared<X11WindowHints>();
+            if (hints->isConnected()) services.windowHints = hints;
             return services;
         }
     }
