@@ -3,15 +3,19 @@
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
 #include "control/AnalyzeColoursCommand.h"
+#include "control/KelpApplication.h"
 #include "control/RegisteredDefaults.h"
 #include "extras/Defaults.h"
 #include "platform/Desktop.h"
+#include "platform/DesktopServices.h"
+#include "platform/RunningApplications.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/icons/FreedesktopIconSource.h"
 
+#include <QApplication>
 #include <QCommandLineParser>
 #include <QEventLoop>
-#include <QGuiApplication>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QTextStream>
 
@@ -36,6 +40,7 @@ int printCatalogue(bool rescan, bool icons)
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 
+    installDesktopServices(); // running applications when there is a display
     // Icons only when asked for: then each entry's colour key comes from its real icon.
     if (icons)
         IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>(
@@ -43,13 +48,22 @@ int printCatalogue(bool rescan, bool icons)
     else
         desktop().icons.reset();
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
-    QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue, icons]() {
+    const auto print = [&catalogue, icons]() {
         if (icons) waitForIcons();
         const QByteArray json =
             QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
         std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
         std::fflush(stdout);
         QCoreApplication::quit();
+    };
+    QObject::connect(&catalogue, &TQAppManager::rescanFinished, &catalogue, [&catalogue, print]() {
+        // Running programs are matched to the catalogue's entries once those have been read.
+        const auto running = desktop().running;
+        if (running && running->isMatchingPending())
+            QObject::connect(running.get(), &RunningApplications::matchingChanged, &catalogue,
+                             print, Qt::SingleShotConnection);
+        else
+            print();
     });
     catalogue.rescanAllAppsPrioritizingGroup(TQAppManager::All, rescan);
     const int status = QCoreApplication::exec();
@@ -62,11 +76,9 @@ int printCatalogue(bool rescan, bool icons)
 int main(int argc, char **argv)
 {
     // Kelp's command-line tools need no display; run them on the offscreen platform when there is
-    // none, so that images can still be drawn.
-    if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
-        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-        qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
+    // none (or it cannot be reached), so that images can still be drawn.
+    kelp::chooseQtPlatform();
+    QApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Kelp"));
     QCoreApplication::setOrganizationName(QStringLiteral("Kelp"));
     QCoreApplication::setApplicationVersion(QStringLiteral(KELP_VERSION));
@@ -96,6 +108,19 @@ int main(int argc, char **argv)
         QStringLiteral("set"),
         QCoreApplication::translate("main", "With --analyze-colours: override a colour setting."),
         QCoreApplication::translate("main", "key=value"));
+    const QCommandLineOption toggleOption(
+        QStringLiteral("toggle"),
+        QCoreApplication::translate("main", "Show the panel, or hide it when it shows."));
+    const QCommandLineOption showOption(QStringLiteral("show"),
+                                        QCoreApplication::translate("main", "Show the panel."));
+    const QCommandLineOption hideOption(QStringLiteral("hide"),
+                                        QCoreApplication::translate("main", "Hide the panel."));
+    const QCommandLineOption quitOption(
+        QStringLiteral("quit"), QCoreApplication::translate("main", "Quit the running Kelp."));
+    parser.addOption(toggleOption);
+    parser.addOption(showOption);
+    parser.addOption(hideOption);
+    parser.addOption(quitOption);
     parser.addOption(printOption);
     parser.addOption(rescanOption);
     parser.addOption(iconsOption);
@@ -114,12 +139,6 @@ int main(int argc, char **argv)
     if (parser.isSet(QStringLiteral("help"))) parser.showHelp(0);
     if (parser.isSet(QStringLiteral("version"))) parser.showVersion();
 
-    if (parser.isSet(rescanOption) && !parser.isSet(printOption)) {
-        QTextStream(stderr) << QCoreApplication::translate("main",
-                                                           "--rescan goes with --print-catalogue.")
-                            << '\n';
-        return 2;
-    }
     if (parser.isSet(analyzeOption)) {
         kelp::Defaults &defaults = kelp::Defaults::standard();
         kelp::registerAllDefaults(defaults);
@@ -139,18 +158,55 @@ int main(int argc, char **argv)
                             << '\n';
         return 2;
     }
-    if (!parser.positionalArguments().isEmpty()) {
-        QTextStream(stderr) << QCoreApplication::translate("main", "Unexpected argument: %1")
-                                   .arg(parser.positionalArguments().first())
+    if (parser.isSet(printOption)) {
+        if (!parser.positionalArguments().isEmpty()) {
+            QTextStream(stderr) << QCoreApplication::translate("main", "Unexpected argument: %1")
+                                       .arg(parser.positionalArguments().first())
+                                << '\n';
+            return 2;
+        }
+        return printCatalogue(parser.isSet(rescanOption), parser.isSet(iconsOption));
+    }
+    if (parser.isSet(iconsOption)) {
+        QTextStream(stderr) << QCoreApplication::translate("main",
+                                                           "--icons goes with --print-catalogue.")
                             << '\n';
         return 2;
     }
-    if (parser.isSet(printOption))
-        return printCatalogue(parser.isSet(rescanOption), parser.isSet(iconsOption));
 
-    QTextStream(stderr)
-        << QCoreApplication::translate(
-               "main", "Kelp's panel is not part of this build yet. Try 'kelp --print-catalogue'.")
-        << '\n';
-    return 1;
+    // The launcher: a request for the running Kelp, which this process becomes when there is none.
+    kelp::InstanceRequest request{QStringLiteral("reopen"), {}};
+    int commands = 0;
+    for (const auto &[option, command] :
+         {std::pair{&toggleOption, "toggle"}, std::pair{&showOption, "show"},
+          std::pair{&hideOption, "hide"}, std::pair{&quitOption, "quit"},
+          std::pair{&rescanOption, "rescan"}}) {
+        if (parser.isSet(*option)) {
+            request.command = QLatin1String(command);
+            ++commands;
+        }
+    }
+    if (!parser.positionalArguments().isEmpty()) {
+        request.command = QStringLiteral("open");
+        for (const QString &file : parser.positionalArguments())
+            request.files.append(QFileInfo(file).absoluteFilePath());
+        ++commands;
+    }
+    if (commands > 1) {
+        QTextStream(stderr) << QCoreApplication::translate("main",
+                                                           "Give Kelp one request at a time.")
+                            << '\n';
+        return 2;
+    }
+    if (QGuiApplication::platformName() == QLatin1String("offscreen") &&
+        qEnvironmentVariable("QT_QPA_PLATFORM") != QLatin1String("offscreen")) {
+        QTextStream(stderr) << QCoreApplication::translate(
+                                   "main", "Kelp's panel needs a display (is DISPLAY set?).")
+                            << '\n';
+        return 1;
+    }
+    kelp::installDesktopServices();
+    kelp::desktop().icons = std::make_shared<kelp::FreedesktopIconSource>(
+        kelp::Defaults::standard().string(QStringLiteral("iconThemeName")));
+    return kelp::runKelp(request);
 }

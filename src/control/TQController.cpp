@@ -1,0 +1,263 @@
+#include "control/TQController.h"
+
+#include "catalogue/TQAppManager.h"
+#include "control/SingleInstance.h"
+#include "control/TQWindow.h"
+#include "extras/Defaults.h"
+#include "extras/DropStack.h"
+#include "extras/Logging.h"
+#include "window/TQIconView.h"
+
+#include <QApplication>
+
+namespace kelp {
+namespace {
+constexpr double kMovedPanelGrace = 30.0; // seconds a moved panel stays after losing the focus
+constexpr qint64 kReopenGuardMs = 250;    // a reopen this soon after activation never hides
+} // namespace
+
+TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &defaults,
+                           QObject *parent)
+    : QObject(parent), _catalogue(catalogue), _panel(panel), _defaults(defaults)
+{
+    _windowCloseTimer.setSingleShot(true);
+    connect(&_windowCloseTimer, &QTimer::timeout, this,
+            &TQController::mainWindowUnusedAndShouldBeHidden);
+    if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        _active = app->applicationState() == Qt::ApplicationActive;
+        connect(app, &QGuiApplication::applicationStateChanged, this,
+                &TQController::applicationStateChanged);
+    }
+    connect(&_panel, &TQWindow::closeRequested, this, &TQController::explicitHideMainWindow);
+    // A launch from the panel is the user being done with it; the launched program may not take
+    // the focus (window managers keep it from programs that do not ask with a timestamp).
+    connect(_panel.iconView(), &TQIconView::appLaunched, this,
+            [this]() { implicitHideMainWindow(); });
+    connect(this, &TQController::didFinishLaunching, &_catalogue,
+            &TQAppManager::startSpotlightQuery);
+}
+
+TQController::~TQController() = default;
+
+// --- Panel visibility -----------------------------------------------------------------------
+
+bool TQController::mainWindowIsVisible() const
+{
+    return _panel.isPanelVisible();
+}
+
+bool TQController::isActive() const
+{
+    return _active;
+}
+
+void TQController::showMainWindow()
+{
+    if (mainWindowIsVisible() || !_finishedLaunching) return;
+    _panel.show();
+}
+
+void TQController::hideMainWindow()
+{
+    if (mainWindowIsVisible()) _panel.hide();
+}
+
+void TQController::implicitHideMainWindow()
+{
+    if (_panel.hasBeenMoved())
+        startWindowCloseTimerWithTimeInterval(kMovedPanelGrace);
+    else
+        hideMainWindow();
+}
+
+void TQController::explicitHideMainWindow()
+{
+    // Raised so that the application given the front does not cover the fade-out.
+    _panel.raise();
+    deactivate();
+    hideMainWindow();
+    _panel.lower();
+}
+
+void TQController::showHideMainWindow()
+{
+    const bool visible = mainWindowIsVisible();
+    if (isActive()) {
+        if (!visible)
+            applicationOpenUntitledFile();
+        else
+            explicitHideMainWindow();
+    } else {
+        if (!visible) {
+            activate();
+            applicationOpenUntitledFile();
+        } else if (_panel.hasBeenMoved()) {
+            activate();
+        } else {
+            hideMainWindow();
+        }
+    }
+}
+
+void TQController::activate()
+{
+    if (isActive() || _panel.isNonActivating()) return;
+    _panel.QWidget::raise();
+    _panel.activateWindow();
+}
+
+void TQController::deactivate()
+{
+    const TQAppPtr previous = _catalogue.lastActiveApp();
+    if (previous) {
+        if (!_panel.isNonActivating()) previous->activate();
+    } else {
+        hideMainWindow();
+    }
+}
+
+void TQController::startWindowCloseTimerWithTimeInterval(double seconds)
+{
+    _windowCloseTimer.start(static_cast<int>(seconds * 1000.0));
+}
+
+void TQController::cancelWindowCloseTimer()
+{
+    _windowCloseTimer.stop();
+}
+
+void TQController::mainWindowUnusedAndShouldBeHidden()
+{
+    cancelWindowCloseTimer();
+    hideMainWindow();
+}
+
+// --- Application life -----------------------------------------------------------------------
+
+void TQController::applicationDidFinishLaunching()
+{
+    _finishedLaunching = true;
+    // The panel shows before the catalogue is walked, with the scanning message, so that nothing
+    // typed at start is lost.
+    if (_defaults.boolean(QStringLiteral("showWindowAtLaunch"))) applicationOpenUntitledFile();
+    rescanAllApps(false);
+
+    const qint64 launchCount = _defaults.integer(QStringLiteral("applicationLaunchCount"));
+    if (launchCount == 0) {
+        // The first launch moves uninstallers, updaters and the like out of the way; the user's
+        // dock (or desktop favourites) is left alone.
+        connect(
+            &_catalogue, &TQAppManager::rescanFinished, this,
+            [this]() { _catalogue.autoExcludeDockApps(false, true); }, Qt::SingleShotConnection);
+    }
+    _defaults.setValue(QStringLiteral("applicationLaunchCount"), launchCount + 1);
+    Q_EMIT didFinishLaunching();
+}
+
+void TQController::applicationStateChanged(Qt::ApplicationState state)
+{
+    const bool active = state == Qt::ApplicationActive;
+    if (active == _active) return;
+    if (active) {
+        applicationWillBecomeActive();
+        _active = true;
+        applicationDidBecomeActive();
+    } else {
+        applicationWillResignActive();
+        _active = false;
+        applicationDidResignActive();
+    }
+}
+
+void TQController::applicationWillBecomeActive()
+{
+    cancelWindowCloseTimer();
+}
+
+void TQController::applicationDidBecomeActive()
+{
+    if (_defaults.boolean(QStringLiteral("showOnBecomeActive")) && !mainWindowIsVisible())
+        applicationOpenUntitledFile();
+    _didBecomeActiveDate = QDateTime::currentDateTimeUtc();
+}
+
+void TQController::applicationWillResignActive()
+{
+    implicitHideMainWindow();
+    if (_defaults.boolean(QStringLiteral("hideOnResignActive")) && mainWindowIsVisible()) {
+        QApplication::beep();
+        hideMainWindow();
+    }
+}
+
+void TQController::applicationDidResignActive()
+{
+    _didBecomeActiveDate = QDateTime();
+}
+
+bool TQController::applicationShouldHandleReopen()
+{
+    if (_didBecomeActiveDate.isValid() &&
+        _didBecomeActiveDate.msecsTo(QDateTime::currentDateTimeUtc()) > kReopenGuardMs &&
+        mainWindowIsVisible())
+        explicitHideMainWindow();
+    else
+        applicationOpenUntitledFile();
+    return false;
+}
+
+bool TQController::applicationShouldOpenUntitledFile() const
+{
+    return !mainWindowIsVisible() && _finishedLaunching;
+}
+
+bool TQController::applicationOpenUntitledFile()
+{
+    showMainWindow();
+    return true;
+}
+
+void TQController::openFiles(const QStringList &files)
+{
+    DropStack::shared().push(QVariant(files));
+}
+
+void TQController::rescanAllApps(bool fromMenu)
+{
+    qint64 group = _defaults.integer(QStringLiteral("groupToShowWhenWindowOpens"));
+    if (group == -1) group = _defaults.integer(QStringLiteral("groupShownWhenWindowClosed"));
+    if (group == -1) group = TQAppManager::Included;
+    if (fromMenu) _catalogue.clearIconsForAllApps();
+    _catalogue.rescanAllAppsPrioritizingGroup(static_cast<int>(group));
+}
+
+void TQController::applicationWillTerminate()
+{
+    _defaults.synchronize();
+}
+
+void TQController::handleRequest(const InstanceRequest &request)
+{
+    qCDebug(lcPlatform) << "Request from a later kelp:" << request.command;
+    if (request.command == QLatin1String("reopen")) {
+        applicationShouldHandleReopen();
+        activate();
+    } else if (request.command == QLatin1String("toggle")) {
+        showHideMainWindow();
+    } else if (request.command == QLatin1String("show")) {
+        activate();
+        applicationOpenUntitledFile();
+    } else if (request.command == QLatin1String("hide")) {
+        if (mainWindowIsVisible()) explicitHideMainWindow();
+    } else if (request.command == QLatin1String("rescan")) {
+        rescanAllApps(true);
+    } else if (request.command == QLatin1String("quit")) {
+        Q_EMIT quitRequested();
+    } else if (request.command == QLatin1String("open")) {
+        openFiles(request.files);
+        activate();
+        applicationOpenUntitledFile();
+    }
+}
+
+} // namespace kelp

@@ -1,0 +1,88 @@
+#pragma once
+// TQController: the one object through which every trigger reaches the panel.
+//
+// It decides when the panel shows and hides (a toggle from `kelp --toggle`, the tray or the hot
+// key; losing the focus; the close timer of a panel the user moved away), runs the start-up
+// sequence, and answers the requests later `kelp` starts hand to the running one. It is given the
+// catalogue and the panel; they never call it.
+#include <QDateTime>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+
+namespace kelp {
+
+class Defaults;
+class TQAppManager;
+class TQWindow;
+struct InstanceRequest;
+
+class TQController : public QObject
+{
+    Q_OBJECT
+public:
+    TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &defaults,
+                 QObject *parent = nullptr);
+    ~TQController() override;
+
+    // --- Panel visibility ---------------------------------------------------------------------
+    void showMainWindow();
+    void hideMainWindow();
+    // Losing the focus: a moved panel waits 30 seconds, any other hides at once.
+    void implicitHideMainWindow();
+    // The user asked for the panel to go.
+    void explicitHideMainWindow();
+    // The toggle of every trigger.
+    void showHideMainWindow();
+    bool mainWindowIsVisible() const;
+    // Brings Kelp to the front (not for a non-activating panel).
+    void activate();
+    // Gives the front back to the application that had it before Kelp.
+    void deactivate();
+    bool isActive() const;
+
+    void startWindowCloseTimerWithTimeInterval(double seconds);
+    void cancelWindowCloseTimer();
+    bool isWindowCloseTimerPending() const { return _windowCloseTimer.isActive(); }
+    void mainWindowUnusedAndShouldBeHidden();
+
+    // --- Application life ---------------------------------------------------------------------
+    void applicationDidFinishLaunching();
+    void applicationWillBecomeActive();
+    void applicationDidBecomeActive();
+    void applicationWillResignActive();
+    void applicationDidResignActive();
+    // `kelp` started again while this one runs (a click on a launcher icon).
+    bool applicationShouldHandleReopen();
+    bool applicationShouldOpenUntitledFile() const;
+    bool applicationOpenUntitledFile();
+    // Files handed to Kelp wait on the drop stack for the panel.
+    void openFiles(const QStringList &files);
+    // Rescans the catalogue, the group about to be shown first; from the menu, icons reload too.
+    void rescanAllApps(bool fromMenu);
+    void applicationWillTerminate();
+
+    // A request from a later `kelp`.
+    void handleRequest(const kelp::InstanceRequest &request);
+
+    bool finishedLaunching() const { return _finishedLaunching; }
+
+Q_SIGNALS:
+    // The end of start-up; the catalogue starts watching the scan folders on it.
+    void didFinishLaunching();
+    // Kelp should end (the quit request).
+    void quitRequested();
+
+private:
+    void applicationStateChanged(Qt::ApplicationState state);
+
+    TQAppManager &_catalogue;
+    TQWindow &_panel;
+    Defaults &_defaults;
+    QTimer _windowCloseTimer;
+    QDateTime _didBecomeActiveDate;
+    bool _finishedLaunching = false;
+    bool _active = false;
+};
+
+} // namespace kelp

@@ -1,0 +1,213 @@
+// Kelp end to end: start it, toggle it from a second kelp, look at the panel, type, launch, and
+// move the screen under it. Real Xvfb, real openbox, real xclock.
+#include "support/XSession.h"
+
+#include <QDir>
+#include <QImage>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace kelp::test;
+
+namespace {
+
+struct Geometry
+{
+    bool mapped = false;
+    QRect rect;
+};
+
+class Launcher : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        QString why;
+        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+            GTEST_SKIP() << qPrintable(why);
+        for (const char *tool : {"xdotool", "xwininfo", "import", "xclock"})
+            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+                GTEST_SKIP() << tool << " is not installed";
+        ASSERT_TRUE(home.isValid());
+        QDir().mkpath(home.filePath(QStringLiteral("runtime")));
+        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                  QFileDevice::ExeOwner);
+        // The only application Kelp finds: a real clock, under a name whose letters are known.
+        ASSERT_TRUE(
+            writeFile(home.filePath(QStringLiteral("data/applications/zebra-clock.desktop")),
+                      "[Desktop Entry]\nType=Application\nName=Zebra Clock\n"
+                      "Exec=xclock -name zebraclock\nIcon=utilities-system-monitor\n"));
+        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
+                              "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"
+                              "Icon=utilities-terminal\n"));
+        env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
+        env.insert(QStringLiteral("HOME"), home.path());
+        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
+        env.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
+        env.insert(QStringLiteral("XDG_DATA_DIRS"),
+                   home.filePath(QStringLiteral("machine")) + QStringLiteral(":/usr/share"));
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
+        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+        // Only the entries above: the machine's own applications stay out of the scan.
+        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
+                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
+                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
+                                  "</string></dict></array></dict></plist>"));
+    }
+
+    void TearDown() override
+    {
+        if (kelp.state() != QProcess::NotRunning) {
+            runKelp({QStringLiteral("--quit")});
+            if (!kelp.waitForFinished(5000)) kelp.kill();
+        }
+        QProcess::execute(QStringLiteral("pkill"),
+                          {QStringLiteral("-f"), QStringLiteral("xclock -name zebraclock")});
+    }
+
+    int runKelp(const QStringList &args)
+    {
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral(KELP_BINARY), args);
+        return p.waitForFinished(20000) ? p.exitCode() : -1;
+    }
+
+    void startKelp()
+    {
+        kelp.setProcessEnvironment(env);
+        kelp.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        kelp.start(QStringLiteral(KELP_BINARY), {});
+        ASSERT_TRUE(kelp.waitForStarted());
+        ASSERT_TRUE(waitUntil([this] { return panel().mapped; }, 15000))
+            << "the panel never showed";
+    }
+
+    QString x(const QString &tool, const QStringList &args)
+    {
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.start(tool, args);
+        p.waitForFinished(10000);
+        return QString::fromUtf8(p.readAllStandardOutput());
+    }
+
+    Geometry window(const QString &name)
+    {
+        const QString info = x(QStringLiteral("xwininfo"), {QStringLiteral("-name"), name});
+        Geometry g;
+        auto number = [&](const char *label) {
+            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
+            return re.match(info).captured(1).toInt();
+        };
+        g.mapped = info.contains(QLatin1String("IsViewable"));
+        g.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
+                       number("Width"), number("Height"));
+        return g;
+    }
+    Geometry panel() { return window(QStringLiteral("Kelp Main")); }
+    // The panel fits itself to the catalogue as it fills: wait until it keeps one size.
+    QRect settledPanel()
+    {
+        QRect last;
+        int same = 0;
+        waitUntil(
+            [&] {
+                const QRect now = panel().rect;
+                same = now == last ? same + 1 : 0;
+                last = now;
+                QTest::qWait(200);
+                return same >= 3;
+            },
+            10000);
+        return last;
+    }
+
+    QImage screenshot()
+    {
+        const QString file = home.filePath(QStringLiteral("shot.png"));
+        x(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("Kelp Main"), file});
+        return QImage(file);
+    }
+
+    QTemporaryDir home;
+    QProcessEnvironment env;
+    QProcess kelp;
+};
+
+} // namespace
+
+TEST_F(Launcher, ShowsCentredAndTogglesFromASecondKelp)
+{
+    startKelp();
+    const QRect r = settledPanel();
+    EXPECT_NEAR(r.center().x(), 640, 2) << "centred on the screen";
+    EXPECT_NEAR(r.center().y(), 400, 2);
+    EXPECT_GE(r.width(), 100);
+
+    // A picture of the panel: not empty, not one flat colour.
+    const QImage shot = screenshot();
+    ASSERT_FALSE(shot.isNull());
+    EXPECT_EQ(shot.size(), r.size());
+    QSet<QRgb> colours;
+    for (int y = 0; y < shot.height(); y += 4)
+        for (int x = 0; x < shot.width(); x += 4)
+            colours.insert(shot.pixel(x, y));
+    EXPECT_GT(colours.size(), 8) << "the panel shows its bar and icons";
+
+    EXPECT_EQ(runKelp({QStringLiteral("--toggle")}), 0);
+    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 5000)) << "the second kelp hid it";
+    EXPECT_EQ(runKelp({QStringLiteral("--toggle")}), 0);
+    EXPECT_TRUE(waitUntil([this] { return panel().mapped; }, 5000)) << "and showed it again";
+    EXPECT_EQ(kelp.state(), QProcess::Running) << "the second kelp never became a second Kelp";
+}
+
+TEST_F(Launcher, TypingANameAndReturnLaunchesIt)
+{
+    startKelp();
+    const QString wid =
+        x(QStringLiteral("xdotool"),
+          {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("^Kelp Main$")})
+            .split(QLatin1Char('\n'))
+            .first();
+    ASSERT_FALSE(wid.isEmpty());
+    x(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"), wid});
+    x(QStringLiteral("xdotool"), {QStringLiteral("type"), QStringLiteral("--delay"),
+                                  QStringLiteral("50"), QStringLiteral("zeb")});
+    x(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
+    EXPECT_TRUE(waitUntil([this] { return window(QStringLiteral("zebraclock")).mapped; }, 15000))
+        << "the clock started";
+    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 10000)) << "and the panel went away";
+}
+
+TEST_F(Launcher, ComesBackOnScreenWhenTheScreenShrinks)
+{
+    startKelp();
+    const QString wid =
+        x(QStringLiteral("xdotool"),
+          {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("^Kelp Main$")})
+            .split(QLatin1Char('\n'))
+            .first();
+    x(QStringLiteral("xdotool"),
+      {QStringLiteral("windowmove"), wid, QStringLiteral("1150"), QStringLiteral("700")});
+    ASSERT_TRUE(waitUntil([this] { return panel().rect.x() >= 1100; }, 5000));
+    // Xvfb keeps one output; shrinking its frame buffer is how a screen goes away here.
+    x(QStringLiteral("xrandr"), {QStringLiteral("--fb"), QStringLiteral("1024x600")});
+    EXPECT_TRUE(waitUntil(
+        [this] {
+            const QRect r = panel().rect;
+            return r.right() < 1024 && r.bottom() < 600 && r.x() >= 0 && r.y() >= 0;
+        },
+        10000))
+        << "the panel slid back onto the screen";
+    x(QStringLiteral("xrandr"), {QStringLiteral("--fb"), QStringLiteral("1280x800")});
+}
