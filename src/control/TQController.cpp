@@ -140,7 +140,6 @@ void TQController::applicationDidFinishLaunching()
     // The panel shows before the catalogue is walked, with the scanning message, so that nothing
     // typed at start is lost.
     if (_defaults.boolean(QStringLiteral("showWindowAtLaunch"))) applicationOpenUntitledFile();
-    rescanAllApps(false);
 
     const qint64 launchCount = _defaults.integer(QStringLiteral("applicationLaunchCount"));
     if (launchCount == 0) {
@@ -150,6 +149,7 @@ void TQController::applicationDidFinishLaunching()
             &_catalogue, &TQAppManager::rescanFinished, this,
             [this]() { _catalogue.autoExcludeDockApps(false, true); }, Qt::SingleShotConnection);
     }
+    rescanAllApps(false); // after the connection above: a scan may finish before it returns
     _defaults.setValue(QStringLiteral("applicationLaunchCount"), launchCount + 1);
     Q_EMIT didFinishLaunching();
 }

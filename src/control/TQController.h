@@ -66,6 +66,8 @@ public:
     void handleRequest(const kelp::InstanceRequest &request);
 
     bool finishedLaunching() const { return _finishedLaunching; }
+    // Kelp became, or stopped being, the active application (wired to QGuiApplication).
+    void applicationStateChanged(Qt::ApplicationState state);
 
 Q_SIGNALS:
     // The end of start-up; the catalogue starts watching the scan folders on it.
@@ -74,8 +76,6 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
-    void applicationStateChanged(Qt::ApplicationState state);
-
     TQAppManager &_catalogue;
     TQWindow &_panel;
     Defaults &_defaults;
