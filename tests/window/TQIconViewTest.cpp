@@ -3,6 +3,8 @@
 #include "window/TQIconView.h"
 
 #include "catalogue/CatalogueFixture.h"
+#include "platform/Desktop.h"
+#include "platform/gio/GioAppActions.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -406,4 +408,31 @@ TEST_F(IconView, PaintsDimmedAndHighlightedIconsAndTheScanMessage)
     defaults->setValue(QStringLiteral("windowAlpha"), 0.5);
     defaults->setValue(QStringLiteral("windowColor"), Defaults::colorValue(QColor(Qt::black)));
     EXPECT_EQ(view->textColor(), QColor(Qt::white));
+}
+
+TEST_F(IconView, ReturnStartsARealProgramWithoutWaitingForIt)
+{
+    const Desktop saved = desktop();
+    Desktop services = saved;
+    services.actions = std::make_shared<GioAppActions>();
+    setDesktop(services);
+
+    const QString marker = home.filePath(QStringLiteral("launched"));
+    const QString entry = home.filePath(QStringLiteral("data/applications/Quokka.desktop"));
+    ASSERT_TRUE(kelp::test::writeFile(
+        entry, QStringLiteral("[Desktop Entry]\nType=Application\nName=Quokka\n"
+                              "Exec=sh -c \"sleep 0.3; echo started > '%1'\"\n")
+                   .arg(marker)
+                   .toUtf8()));
+    setAll({{entry, Safari}});
+    view->setGroupToShow(TQAppManager::All1D);
+    app(entry)->setPathIsValid(true);
+
+    QSignalSpy launched(view.get(), &TQIconView::appLaunched);
+    type(QStringLiteral("q"));
+    EXPECT_TRUE(key(Qt::Key_Return, QStringLiteral("\r")));
+    EXPECT_EQ(launched.size(), 1) << "the panel may hide at once";
+    EXPECT_FALSE(QFile::exists(marker)) << "the key did not wait for the program";
+    EXPECT_TRUE(kelp::test::waitUntil([&] { return QFile::exists(marker); }, 10000));
+    setDesktop(saved);
 }
