@@ -21,6 +21,7 @@
 #include <QVariant>
 #include <QVariantMap>
 
+#include <functional>
 #include <memory>
 
 namespace kelp {
@@ -132,7 +133,33 @@ public:
     static int compareColorSortValues(const TQApp &a, const TQApp &b);
 
     // --- Process operations (TQAppProcess.cpp) ------------------------------------------------
-    // (The desktop layer adds its entry points here.)
+    // Each call asks the desktop layer (desktop().actions) afresh; nothing caches a process. Not
+    // running: quit/show/hide do nothing, activate/isVisible/pid answer false.
+    // What was dropped on the entry: files (paths), else one URL.
+    struct DroppedItems
+    {
+        QStringList filePaths;
+        QUrl url;
+    };
+    bool pid(qint64 &pid) const;
+    bool activate() const;
+    bool isVisible() const;
+    void show() const;
+    void hide() const;
+    void quit() const;
+    void revealInFinder() const;
+    // Starts the application with the dropped items (nullptr: none; neither files nor a URL: an
+    // empty list). Blocks while the desktop starts it: call it from a worker thread, or use
+    // launchInBackground. A failure is logged; a missing entry or program announces appIsMissing.
+    bool launchWithPasteboard(const DroppedItems *items = nullptr);
+    // launchWithPasteboard on a thread of its own; `done` (optional) runs there with the result.
+    void launchInBackground(const DroppedItems *items = nullptr,
+                            std::function<void(bool)> done = {});
+    bool canAcceptURL(const QUrl &item) const;
+    bool prefersURL(const QUrl &item) const;
+    // Hands the entry to an uninstaller named by desktop-file ID, or by its own path.
+    bool sendForDeletionWithAppBundleIdentifier(const QString &desktopId) const;
+    bool sendForDeletionWithAppURL(const QUrl &uninstaller) const;
 
     QString description() const { return _path; }
     bool isEqual(const TQApp *other) const

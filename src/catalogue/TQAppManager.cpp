@@ -5,8 +5,11 @@
 #include "catalogue/TQNode.h"
 #include "extras/Defaults.h"
 #include "extras/Logging.h"
+#include "extras/Notifications.h"
 #include "extras/Plist.h"
 #include "platform/AppsOnDisk.h"
+#include "platform/Desktop.h"
+#include "platform/RunningApplications.h"
 
 #include <QDataStream>
 #include <QDateTime>
@@ -125,6 +128,11 @@ TQAppManager::TQAppManager(Defaults &defaults, std::shared_ptr<const AppsOnDisk>
 
     connect(&_defaults, &Defaults::changed, this, &TQAppManager::defaultsChanged);
     setUpIconLoading();
+    // A launch (on a thread of its own) found its entry or program gone: scan again.
+    connect(
+        &Notifications::instance(), &Notifications::appIsMissing, this,
+        [this]() { queueScanPathListChanged(); }, Qt::QueuedConnection);
+    setRunningApplications(desktop().running);
 }
 
 TQAppManager::~TQAppManager()
@@ -900,6 +908,8 @@ void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue,
     } else if (key == QLatin1String("searchDirectories") ||
                key == QLatin1String("scanDirectories")) {
         queueScanPathListChanged();
+    } else if (key == QLatin1String("sortRunningByLaunchOrder")) {
+        runningAppsListDidChange();
     } else if (key == QLatin1String("maxFolderRecursionDepth")) {
         // Read at the start of the next walk.
     } else if (key == QLatin1String("colorSortGrayThreshold") ||
@@ -1045,6 +1055,7 @@ void TQAppManager::fullScan()
         sortAllApps();
         rebuildDependentApps();
         rebuildEverythingSet();
+        refreshRunningApps();
         loadAllIconsPrioritizingGroup(All);
         Q_EMIT rescanFinished();
     });
@@ -1070,6 +1081,7 @@ void TQAppManager::continueRescan(int group)
     readUserAppsFromDisk();
     rebuildDependentApps();
     rebuildEverythingSet();
+    refreshRunningApps();
     loadAllIconsPrioritizingGroup(group);
     Q_EMIT rescanFinished();
 }

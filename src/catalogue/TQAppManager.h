@@ -31,6 +31,7 @@ class QFileSystemWatcher;
 namespace kelp {
 
 class AppsOnDisk;
+class RunningApplications;
 class Defaults;
 struct WalkResult;
 
@@ -181,8 +182,50 @@ public:
     void showProgressStep(int step, int count, const QString &label);
 
     // --- Running applications (TQAppManagerRunning.cpp) ---------------------------------------
+    // Group 0 follows the desktop's running-application layer (desktop().running when the
+    // catalogue is made): rebuilt on each launch and termination, in launch order or sorted as
+    // "sortRunningByLaunchOrder" says, its entries reused from one rebuild to the next.
+    void setRunningApplications(std::shared_ptr<RunningApplications> running);
+    // New entries (not interned) for the regular applications running now, in launch order.
+    AppList _launchedTQApps() const;
+    // Group 0, filled from _launchedTQApps first when it is empty.
+    const AppList &runningApps();
+    void runningAppsListDidChange();
+    bool isAppRunning(const TQAppPtr &app) const;
+    void quitApp(const TQAppPtr &app) const;
+    // The application in front: group 0's entry when it is there, else a new entry; nullptr when
+    // nothing is in front.
+    TQAppPtr activeApp();
+    // The application in front before Kelp: the newest of the front history that is not Kelp,
+    // else the last entry of group 0 that is not Kelp (the first when all are), else nullptr.
+    TQAppPtr lastActiveApp();
+    // Front history, oldest first, each application once.
+    const AppList &frontApps() const { return _frontApps; }
+    void handleAppFrontSwitched();
+    void handleAppLaunched() { runningAppsListDidChange(); }
+    void handleAppTerminated() { runningAppsListDidChange(); }
+    // After a scan: hands the catalogue's entries to the running layer for matching, rebuilds
+    // group 0.
+    void refreshRunningApps();
+    // The entries of group 6 that can open the item / that list its type among their preferred.
+    AppList allAppsThatCanAcceptURL(const QUrl &item) const;
+    AppList allAppsThatPreferURL(const QUrl &item) const;
 
     // --- Icon loading (TQAppManagerIcons.cpp) -------------------------------------------------
+    // The icon parameters from the settings (maximumIconSize and the five colour-sort keys).
+    ColorSortParams iconParametersFromDefaults() const;
+    // Gives every entry the current icon parameters; each fetches its icon only when needed.
+    void loadIconsForApps(const AppList &apps);
+    void loadIconsForApps(const AppLists &apps);
+    // Loads the icons of the list behind the group first (4 for 3/4, 6 for 5/6, 9 for 8/9, else
+    // 2), then those of every other entry.
+    void loadAllIconsPrioritizingGroup(int group);
+    // Every entry of group 6 back to the dot, then its icons fetched again.
+    void clearIconsForAllApps();
+    // An icon (and so a colour key) changed: re-sort by colour a second after the last change.
+    void appIconChanged(const TQAppPtr &app);
+    void sortIconColorTimerFire();
+    bool isColourSortPending() const { return _sortColorTimer.isActive(); }
 
     // Settings changes (wired to the settings store in the constructor).
     void defaultsChanged(const QString &key, const QVariant &oldValue, const QVariant &newValue);
@@ -212,20 +255,6 @@ private:
     void announce(int group);
     void announceAll();
     void applyWalk(const WalkResult &result);
-    // The icon parameters from the settings (maximumIconSize and the five colour-sort keys).
-    ColorSortParams iconParametersFromDefaults() const;
-    // Gives every entry the current icon parameters; each fetches its icon only when needed.
-    void loadIconsForApps(const AppList &apps);
-    void loadIconsForApps(const AppLists &apps);
-    // Loads the icons of the list behind the group first (4 for 3/4, 6 for 5/6, 9 for 8/9, else
-    // 2), then those of every other entry.
-    void loadAllIconsPrioritizingGroup(int group);
-    // Every entry of group 6 back to the dot, then its icons fetched again.
-    void clearIconsForAllApps();
-    // An icon (and so a colour key) changed: re-sort by colour a second after the last change.
-    void appIconChanged(const TQAppPtr &app);
-    void sortIconColorTimerFire();
-    bool isColourSortPending() const { return _sortColorTimer.isActive(); }
     void continueRescan(int group);
     void loadNameCache();
     void saveNameCache();
@@ -235,11 +264,15 @@ private:
     void writeUserFiles();
     void writeExclusionFile();
     void queueScanPathListChanged();
+    void setUpIconLoading();
+    void colourSettingChanged(const QVariant &oldValue, const QVariant &newValue);
 
     Defaults &_defaults;
     std::shared_ptr<const AppsOnDisk> _appsOnDisk;
 
     AppList _runningApps;
+    AppList _frontApps;
+    std::shared_ptr<RunningApplications> _running;
     AppLists _includedApps;
     AppList _includedApps1D;
     AppLists _excludedApps;
@@ -264,18 +297,16 @@ private:
     bool _walkInBackground = true;
     bool _walking = false;
     bool _walkAgain = false;
-    void setUpIconLoading();
-    void colourSettingChanged(const QVariant &oldValue, const QVariant &newValue);
     QList<std::function<void()>> _afterWalk;
     std::shared_ptr<std::atomic<bool>> _cancelWalk;
     int _maxRecursionDepth = 4;
     bool _isBusyScanning = false;
     QTimer _fullScanTimer;
     QTimer _scanPathListTimer;
+    QTimer _sortColorTimer; // icon loading: the colour re-sort after icons arrive
     QThreadPool _pool;
     QFileSystemWatcher *_watcher = nullptr;
     quint64 _watchGeneration = 0;
 };
 
 } // namespace kelp
-    QTimer _sortColorTimer; // icon loading: the colour re-sort after icons arrive

@@ -199,6 +199,7 @@ void X11RunningApplications::refreshClientList()
         if (!_facts.contains(w)) fresh.append(w);
     }
     _clients = clients;
+    qCDebug(lcPlatform) << "Client list:" << clients.size() << "windows," << fresh.size() << "new";
     gatherFacts(fresh);
     // Skip-taskbar and the window type may change after a window first appears.
     updateRegularFlags(clients);
@@ -247,6 +248,10 @@ void X11RunningApplications::gatherFacts(const QList<quint32> &windows)
         // The process may already be gone: then nothing is read and the window goes by its
         // class alone.
         readProcessFacts(facts.pid, facts);
+        qCDebug(lcPlatform).noquote()
+            << QStringLiteral("Window 0x%1").arg(facts.window, 0, 16) << "pid" << facts.pid
+            << "class" << facts.wmClass << "executable" << facts.executable << "launched from"
+            << facts.launchedDesktopFile;
         _facts.insert(facts.window, facts);
     }
 }

@@ -1,0 +1,417 @@
+// The desktop layer end to end: a real X server (Xvfb), a real window manager (openbox) and real
+// programs (xclock, xeyes), launched through catalogue entries and followed into group 0.
+#include "catalogue/CatalogueFixture.h"
+
+#include "extras/Notifications.h"
+#include "platform/Desktop.h"
+#include "platform/x11/X11AppActions.h"
+#include "platform/x11/X11RunningApplications.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <xcb/xcb.h>
+#include <xcb/xcb_icccm.h>
+
+#include <csignal>
+#include <sys/types.h>
+#include <unistd.h>
+
+namespace kelp::test {
+namespace {
+
+// One X server and window manager for the whole program; each test cleans up its own windows.
+class XSession
+{
+public:
+    static XSession &instance()
+    {
+        static XSession session;
+        return session;
+    }
+    bool start(QString *why)
+    {
+        if (!display.isEmpty()) return true;
+        if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty()) {
+            *why = QStringLiteral("Xvfb is not installed");
+            return false;
+        }
+        // A display number of our own, away from the low numbers desktops and other test runs
+        // take; Xvfb refuses a number in use (its lock file), and then the next one is tried.
+        const int base = 100 + static_cast<int>(QCoreApplication::applicationPid() % 400) * 2;
+        for (int n = base; n < base + 20 && display.isEmpty(); ++n) {
+            const QString candidate = QStringLiteral(":%1").arg(n);
+            xvfb.start(QStringLiteral("Xvfb"),
+                       {candidate, QStringLiteral("-screen"), QStringLiteral("0"),
+                        QStringLiteral("800x600x24"), QStringLiteral("-nolisten"),
+                        QStringLiteral("tcp"), QStringLiteral("-noreset")});
+            // Without -noreset it would start afresh each time its last client leaves. It takes
+            // connections once its keymap is compiled, which is slow on a busy machine: ask
+            // rarely, so as not to slow it down further.
+            bool up = false;
+            xvfb.waitForStarted();
+            for (int i = 0; i < 150 && xvfb.state() == QProcess::Running && !up; ++i) {
+                QTest::qWait(200);
+                up = QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
+                     reachable(candidate);
+            }
+            if (up) {
+                display = candidate;
+            } else {
+                xvfb.kill();
+                xvfb.waitForFinished(3000);
+            }
+        }
+        if (display.isEmpty()) {
+            *why = QStringLiteral("Xvfb did not start");
+            return false;
+        }
+        qputenv("DISPLAY", display.toLatin1());
+        // No key or mouse bindings: openbox grabs every bound key with a round trip each at
+        // start-up, which on a busy machine keeps it from managing windows for seconds.
+        if (!config.isValid() ||
+            !writeFile(config.filePath(QStringLiteral("rc.xml")),
+                       "<?xml version=\"1.0\"?>\n<openbox_config "
+                       "xmlns=\"http://openbox.org/3.4/rc\"><keyboard/><mouse/>"
+                       "<desktops><number>1</number></desktops></openbox_config>\n")) {
+            *why = QStringLiteral("cannot write openbox's settings");
+            return false;
+        }
+        openbox.start(QStringLiteral("openbox"),
+                      {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"),
+                       config.filePath(QStringLiteral("rc.xml"))});
+        openbox.waitForStarted();
+        bool ready = false;
+        for (int i = 0; i < 150 && !ready && openbox.state() != QProcess::NotRunning; ++i) {
+            QTest::qWait(200);
+            ready = windowManagerReady();
+        }
+        if (!ready) {
+            *why = QStringLiteral("openbox did not take the display %1: %2")
+                       .arg(display, QString::fromLocal8Bit(openbox.readAllStandardOutput()));
+            return false;
+        }
+        return true;
+    }
+    ~XSession()
+    {
+        // The X clients still around end with their server.
+        openbox.kill();
+        openbox.waitForFinished(3000);
+        xvfb.terminate();
+        if (!xvfb.waitForFinished(3000)) xvfb.kill();
+    }
+
+    static bool reachable(const QString &name)
+    {
+        xcb_connection_t *c = xcb_connect(name.toLatin1().constData(), nullptr);
+        const bool ok = !xcb_connection_has_error(c);
+        xcb_disconnect(c);
+        return ok;
+    }
+
+    bool windowManagerReady() const
+    {
+        xcb_connection_t *c = xcb_connect(display.toLatin1().constData(), nullptr);
+        bool ready = false;
+        if (!xcb_connection_has_error(c)) {
+            const char name[] = "_NET_SUPPORTING_WM_CHECK";
+            auto *atom =
+                xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, sizeof(name) - 1, name), nullptr);
+            const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+            if (atom && atom->atom != XCB_NONE) {
+                auto *reply = xcb_get_property_reply(
+                    c, xcb_get_property(c, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr);
+                ready = reply && xcb_get_property_value_length(reply) == 4;
+                std::free(reply);
+            }
+            std::free(atom);
+        }
+        xcb_disconnect(c);
+        return ready;
+    }
+
+    QString display;
+    QTemporaryDir config;
+    QProcess xvfb;
+    QProcess openbox;
+};
+
+class X11DesktopTest : public CatalogueFixture
+{
+protected:
+    void SetUp() override
+    {
+        QString why;
+        if (!XSession::instance().start(&why)) GTEST_SKIP() << why.toStdString();
+        CatalogueFixture::SetUp();
+        apps = home.filePath(QStringLiteral("data/applications"));
+        running = std::make_shared<X11RunningApplications>();
+        ASSERT_TRUE(running->isConnected());
+        actions = std::make_shared<X11AppActions>(running);
+        Desktop services;
+        services.running = running;
+        services.actions = actions;
+        setDesktop(services);
+        makeCatalogue();
+    }
+    void TearDown() override
+    {
+        // Whatever a test left running goes now, politely or not.
+        if (running) {
+            for (const RunningApp &app : running->runningApplications()) {
+                if (app.pid > 0 && app.pid != QCoreApplication::applicationPid())
+                    ::kill(static_cast<pid_t>(app.pid), SIGKILL);
+            }
+            waitUntil([this]() { return running->runningApplications().isEmpty(); }, 5000);
+        }
+        catalogue.reset();
+        setDesktop({});
+        actions.reset();
+        running.reset();
+    }
+
+    QString entry(const QString &name, const QByteArray &body)
+    {
+        const QString path = apps + QLatin1Char('/') + name;
+        EXPECT_TRUE(writeFile(path, "[Desktop Entry]\nType=Application\n" + body));
+        return path;
+    }
+    void useEntries(const QStringList &paths)
+    {
+        setAll({paths});
+        catalogue->refreshRunningApps();
+        ASSERT_TRUE(waitUntil([this]() { return !running->isMatchingPending(); }));
+    }
+    TQAppPtr launch(const QString &path, const TQApp::DroppedItems *items = nullptr)
+    {
+        TQAppPtr app = catalogue->appForPath(path);
+        std::atomic<int> result{-1};
+        app->launchInBackground(items, [&result](bool ok) { result = ok ? 1 : 0; });
+        EXPECT_TRUE(waitUntil([&result]() { return result >= 0; }));
+        EXPECT_EQ(result, 1) << "launching " << path.toStdString();
+        return app;
+    }
+    QStringList group0() { return paths(catalogue->runningApps()); }
+    QString front()
+    {
+        const TQAppPtr a = catalogue->activeApp();
+        return a ? a->path() : QString();
+    }
+
+    QString apps;
+    std::shared_ptr<X11RunningApplications> running;
+    std::shared_ptr<X11AppActions> actions;
+};
+
+TEST_F(X11DesktopTest, LaunchFrontSwitchHideShowAndQuit)
+{
+    // Two terminals told apart by their window class (xclock and xeyes take no focus, so the
+    // window manager never puts them in front).
+    const QString one = entry(QStringLiteral("zz-one.desktop"),
+                              "Name=One\nExec=xterm -class KelpOne -geometry 40x5+0+0\n"
+                              "StartupWMClass=KelpOne\n");
+    const QString two = entry(QStringLiteral("org.example.Two.desktop"),
+                              "Name=Two\nExec=xterm -class KelpTwo -geometry 40x5+0+200\n"
+                              "StartupWMClass=KelpTwo\n");
+    useEntries({one, two});
+
+    const TQAppPtr oneApp = launch(one);
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{one}; }))
+        << group0().join(' ').toStdString();
+    const TQAppPtr twoApp = launch(two);
+    ASSERT_TRUE(waitUntil([&]() {
+        return group0() == (QStringList{one, two});
+    })) << group0().join(' ').toStdString();
+    qint64 pid = 0;
+    EXPECT_TRUE(twoApp->pid(pid));
+    EXPECT_GT(pid, 0);
+
+    // Sorted by name once launch order is off.
+    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), false);
+    EXPECT_EQ(group0(), (QStringList{two, one}));
+    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), true);
+
+    // The window manager focuses new windows: Two is in front, then One, then Two again.
+    ASSERT_TRUE(waitUntil([&]() { return front() == two; })) << front().toStdString();
+    EXPECT_TRUE(oneApp->activate());
+    ASSERT_TRUE(waitUntil([&]() { return front() == one; })) << front().toStdString();
+    EXPECT_TRUE(twoApp->activate());
+    ASSERT_TRUE(waitUntil([&]() { return front() == two; }));
+    EXPECT_EQ(paths(catalogue->frontApps()), (QStringList{one, two}));
+    ASSERT_NE(catalogue->lastActiveApp(), nullptr);
+    EXPECT_EQ(catalogue->lastActiveApp()->path(), two);
+
+    // Hide and show.
+    EXPECT_TRUE(oneApp->isVisible());
+    oneApp->hide();
+    ASSERT_TRUE(waitUntil([&]() { return !oneApp->isVisible(); }));
+    oneApp->show();
+    ASSERT_TRUE(waitUntil([&]() { return oneApp->isVisible(); }));
+
+    // Polite quits: each program closes its own window and leaves group 0 and the history.
+    catalogue->quitApp(twoApp);
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{one}; }))
+        << group0().join(' ').toStdString();
+    EXPECT_FALSE(paths(catalogue->frontApps()).contains(two));
+    EXPECT_FALSE(catalogue->isAppRunning(twoApp));
+    oneApp->quit();
+    ASSERT_TRUE(waitUntil([&]() { return group0().isEmpty(); }));
+    EXPECT_FALSE(oneApp->isVisible());
+    EXPECT_FALSE(oneApp->activate()) << "not running any more";
+}
+
+TEST_F(X11DesktopTest, UnclaimedProgramAppearsUnderItsExecutable)
+{
+    useEntries({});
+    QProcess xclock;
+    xclock.start(QStringLiteral("/usr/bin/xclock"), {});
+    ASSERT_TRUE(xclock.waitForStarted());
+    ASSERT_TRUE(waitUntil([&]() {
+        return group0() == QStringList{QStringLiteral("/usr/bin/xclock")};
+    })) << group0().join(' ').toStdString();
+    // xclock sets no _NET_WM_ICON: the entry keeps its placeholder rather than failing.
+    EXPECT_FALSE(catalogue->runningApps().first()->icon().isNull());
+    xclock.kill();
+    xclock.waitForFinished();
+    ASSERT_TRUE(waitUntil([&]() { return group0().isEmpty(); }));
+}
+
+TEST_F(X11DesktopTest, DroppedFilesAndURLsReachTheProgram)
+{
+    const QString out = home.filePath(QStringLiteral("received"));
+    const QString script = home.filePath(QStringLiteral("record.sh"));
+    ASSERT_TRUE(writeFile(script, "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"" + out.toUtf8() +
+                                      ".tmp\" && mv \"" + out.toUtf8() + ".tmp\" \"" +
+                                      out.toUtf8() + "\"\n"));
+    QFile(script).setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    const QString files =
+        entry(QStringLiteral("files.desktop"), "Name=Files\nExec=" + script.toUtf8() + " %F\n");
+    const QString urls =
+        entry(QStringLiteral("urls.desktop"), "Name=Urls\nExec=" + script.toUtf8() + " %U\n");
+
+    TQApp::DroppedItems dropped;
+    dropped.filePaths = {home.filePath(QStringLiteral("a b.txt")),
+                         home.filePath(QStringLiteral("sub/../c.txt"))};
+    launch(files, &dropped);
+    ASSERT_TRUE(waitUntil([&]() { return QFile::exists(out); }));
+    EXPECT_EQ(QString::fromUtf8(readFile(out)),
+              home.filePath(QStringLiteral("a b.txt")) + QLatin1Char('\n') +
+                  home.filePath(QStringLiteral("c.txt")) + QLatin1Char('\n'));
+
+    QFile::remove(out);
+    TQApp::DroppedItems link;
+    link.url = QUrl(QStringLiteral("https://example.org/page?q=1"));
+    launch(urls, &link);
+    ASSERT_TRUE(waitUntil([&]() { return QFile::exists(out); }));
+    EXPECT_EQ(readFile(out), QByteArray("https://example.org/page?q=1\n"));
+
+    // Neither files nor a URL: started with nothing.
+    QFile::remove(out);
+    TQApp::DroppedItems nothing;
+    launch(files, &nothing);
+    ASSERT_TRUE(waitUntil([&]() { return QFile::exists(out); }));
+    EXPECT_EQ(readFile(out), QByteArray("\n"));
+}
+
+TEST_F(X11DesktopTest, MissingProgramsAnnounceThemselvesBrokenEntriesOnlyLog)
+{
+    const QString gone =
+        entry(QStringLiteral("gone.desktop"), "Name=Gone\nExec=/nonexistent/prog\n");
+    const QString broken =
+        entry(QStringLiteral("broken.desktop"), "Name=Broken\nExec=xclock \"unterminated\n");
+    const QString removed = apps + QStringLiteral("/removed.desktop");
+    useEntries({gone, broken});
+
+    QStringList missing;
+    QObject::connect(&Notifications::instance(), &Notifications::appIsMissing, catalogue.get(),
+                     [&missing](const TQAppPtr &app) { missing.append(app->path()); });
+    bool rescanned = false;
+    QObject::connect(catalogue.get(), &TQAppManager::rescanFinished,
+                     [&rescanned]() { rescanned = true; });
+
+    EXPECT_FALSE(catalogue->appForPath(broken)->launchWithPasteboard());
+    EXPECT_FALSE(catalogue->appForPath(gone)->launchWithPasteboard());
+    EXPECT_FALSE(catalogue->appForPath(removed)->launchWithPasteboard());
+    ASSERT_TRUE(waitUntil([&]() { return missing.size() == 2 && rescanned; }));
+    EXPECT_EQ(missing, (QStringList{gone, removed}));
+}
+
+// Windows that name no process, or a process that is gone, or no class.
+TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
+{
+    const QString tool = entry(QStringLiteral("tool.desktop"),
+                               "Name=Tool\nExec=/usr/bin/xclock\nStartupWMClass=KelpTestTool\n");
+    useEntries({tool});
+
+    xcb_connection_t *c = xcb_connect(nullptr, nullptr);
+    ASSERT_FALSE(xcb_connection_has_error(c));
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    auto makeWindow = [&](const char *cls, qint64 pid) {
+        const xcb_window_t w = xcb_generate_id(c);
+        xcb_create_window(c, XCB_COPY_FROM_PARENT, w, screen->root, 0, 0, 50, 50, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+        if (cls)
+            xcb_icccm_set_wm_class(c, w, qstrlen(cls) + 1 + qstrlen(cls) + 1,
+                                   QByteArray(cls).append('\0').append(cls).append('\0'));
+        if (pid) {
+            const char name[] = "_NET_WM_PID";
+            auto *atom =
+                xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, sizeof(name) - 1, name), nullptr);
+            const uint32_t value = static_cast<uint32_t>(pid);
+            xcb_change_property(c, XCB_PROP_MODE_REPLACE, w, atom->atom, XCB_ATOM_CARDINAL, 32, 1,
+                                &value);
+            std::free(atom);
+        }
+        xcb_map_window(c, w);
+        return w;
+    };
+    // A process that exited: spawn one and let it end, so its number names nobody.
+    QProcess gone;
+    gone.start(QStringLiteral("/bin/true"), {});
+    gone.waitForFinished();
+    const qint64 deadPid = gone.processId() ? gone.processId() : 999999;
+
+    makeWindow(nullptr, 0);              // nothing to go by
+    makeWindow("Unknown", 0);            // a class nobody claims, no process
+    makeWindow("KelpTestTool", deadPid); // its process is gone: its class still names it
+    xcb_flush(c);
+
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{tool}; }))
+        << group0().join(' ').toStdString();
+    // The window list settles; nothing else shows up.
+    QTest::qWait(200);
+    EXPECT_EQ(group0(), QStringList{tool});
+    xcb_disconnect(c);
+    ASSERT_TRUE(waitUntil([&]() { return group0().isEmpty(); }));
+}
+
+TEST_F(X11DesktopTest, PrintCatalogueListsRunningApplications)
+{
+    QProcess xclock;
+    xclock.start(QStringLiteral("/usr/bin/xclock"), {});
+    ASSERT_TRUE(xclock.waitForStarted());
+    useEntries({});
+    ASSERT_TRUE(waitUntil([&]() { return !group0().isEmpty(); }));
+
+    QProcess kelp;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    kelp.setProcessEnvironment(env);
+    kelp.start(QStringLiteral(KELP_BINARY), {QStringLiteral("--print-catalogue")});
+    ASSERT_TRUE(kelp.waitForFinished(30000));
+    const QJsonObject report = QJsonDocument::fromJson(kelp.readAllStandardOutput()).object();
+    EXPECT_TRUE(report.value(QStringLiteral("runningApps"))
+                    .toArray()
+                    .contains(QStringLiteral("/usr/bin/xclock")))
+        << kelp.readAllStandardError().toStdString();
+    xclock.kill();
+    xclock.waitForFinished();
+}
+
+} // namespace
+} // namespace kelp::test
