@@ -1,6 +1,7 @@
 // The desktop layer end to end: a real X server (Xvfb), a real window manager (openbox) and real
 // programs (xclock, xeyes), launched through catalogue entries and followed into group 0.
 #include "catalogue/CatalogueFixture.h"
+#include "support/XSession.h"
 
 #include "extras/Notifications.h"
 #include "platform/Desktop.h"
@@ -23,123 +24,6 @@
 
 namespace kelp::test {
 namespace {
-
-// One X server and window manager for the whole program; each test cleans up its own windows.
-class XSession
-{
-public:
-    static XSession &instance()
-    {
-        static XSession session;
-        return session;
-    }
-    bool start(QString *why)
-    {
-        if (!display.isEmpty()) return true;
-        if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty()) {
-            *why = QStringLiteral("Xvfb is not installed");
-            return false;
-        }
-        // A display number of our own, away from the low numbers desktops and other test runs
-        // take; Xvfb refuses a number in use (its lock file), and then the next one is tried.
-        const int base = 100 + static_cast<int>(QCoreApplication::applicationPid() % 400) * 2;
-        for (int n = base; n < base + 20 && display.isEmpty(); ++n) {
-            const QString candidate = QStringLiteral(":%1").arg(n);
-            xvfb.start(QStringLiteral("Xvfb"),
-                       {candidate, QStringLiteral("-screen"), QStringLiteral("0"),
-                        QStringLiteral("800x600x24"), QStringLiteral("-nolisten"),
-                        QStringLiteral("tcp"), QStringLiteral("-noreset")});
-            // Without -noreset it would start afresh each time its last client leaves. It takes
-            // connections once its keymap is compiled, which is slow on a busy machine: ask
-            // rarely, so as not to slow it down further.
-            bool up = false;
-            xvfb.waitForStarted();
-            for (int i = 0; i < 150 && xvfb.state() == QProcess::Running && !up; ++i) {
-                QTest::qWait(200);
-                up = QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
-                     reachable(candidate);
-            }
-            if (up) {
-                display = candidate;
-            } else {
-                xvfb.kill();
-                xvfb.waitForFinished(3000);
-            }
-        }
-        if (display.isEmpty()) {
-            *why = QStringLiteral("Xvfb did not start");
-            return false;
-        }
-        qputenv("DISPLAY", display.toLatin1());
-        // No key or mouse bindings: openbox grabs every bound key with a round trip each at
-        // start-up, which on a busy machine keeps it from managing windows for seconds.
-        if (!config.isValid() ||
-            !writeFile(config.filePath(QStringLiteral("rc.xml")),
-                       "<?xml version=\"1.0\"?>\n<openbox_config "
-                       "xmlns=\"http://openbox.org/3.4/rc\"><keyboard/><mouse/>"
-                       "<desktops><number>1</number></desktops></openbox_config>\n")) {
-            *why = QStringLiteral("cannot write openbox's settings");
-            return false;
-        }
-        openbox.start(QStringLiteral("openbox"),
-                      {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"),
-                       config.filePath(QStringLiteral("rc.xml"))});
-        openbox.waitForStarted();
-        bool ready = false;
-        for (int i = 0; i < 150 && !ready && openbox.state() != QProcess::NotRunning; ++i) {
-            QTest::qWait(200);
-            ready = windowManagerReady();
-        }
-        if (!ready) {
-            *why = QStringLiteral("openbox did not take the display %1: %2")
-                       .arg(display, QString::fromLocal8Bit(openbox.readAllStandardOutput()));
-            return false;
-        }
-        return true;
-    }
-    ~XSession()
-    {
-        // The X clients still around end with their server.
-        openbox.kill();
-        openbox.waitForFinished(3000);
-        xvfb.terminate();
-        if (!xvfb.waitForFinished(3000)) xvfb.kill();
-    }
-
-    static bool reachable(const QString &name)
-    {
-        xcb_connection_t *c = xcb_connect(name.toLatin1().constData(), nullptr);
-        const bool ok = !xcb_connection_has_error(c);
-        xcb_disconnect(c);
-        return ok;
-    }
-
-    bool windowManagerReady() const
-    {
-        xcb_connection_t *c = xcb_connect(display.toLatin1().constData(), nullptr);
-        bool ready = false;
-        if (!xcb_connection_has_error(c)) {
-            const char name[] = "_NET_SUPPORTING_WM_CHECK";
-            auto *atom =
-                xcb_intern_atom_reply(c, xcb_intern_atom(c, 1, sizeof(name) - 1, name), nullptr);
-            const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-            if (atom && atom->atom != XCB_NONE) {
-                auto *reply = xcb_get_property_reply(
-                    c, xcb_get_property(c, 0, root, atom->atom, XCB_ATOM_WINDOW, 0, 1), nullptr);
-                ready = reply && xcb_get_property_value_length(reply) == 4;
-                std::free(reply);
-            }
-            std::free(atom);
-        }
-        xcb_disconnect(c);
-        return ready;
-    }
-
-    QString display;
-    QTemporaryDir config;
-    QProcess xvfb;
-    QProcess openbox;
-};
 
 class X11DesktopTest : public CatalogueFixture
 {

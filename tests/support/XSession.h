@@ -1,11 +1,12 @@
 #pragma once
-// One X server (Xvfb) and window manager (openbox) for a whole test program; each test cleans up
-// its own windows. Tests that need a display call XSession::instance().start(&why) and skip with
-// `why` when it fails (Xvfb not installed).
 #include "support/TestSupport.h"
 
+#include <QCoreApplication>
+#include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
 
 #include <xcb/xcb.h>
 
@@ -13,6 +14,9 @@
 
 namespace kelp::test {
 
+// One X server (Xvfb) and window manager (openbox) for the whole test program; each test cleans up
+// its own windows. Tests that need a display call XSession::instance().start(&why) and skip with
+// `why` when it fails (Xvfb not installed).
 class XSession
 {
 public:
@@ -28,19 +32,59 @@ public:
             *why = QStringLiteral("Xvfb is not installed");
             return false;
         }
-        // Xvfb picks a free display and writes its number to the descriptor given.
-        xvfb.start(QStringLiteral("Xvfb"), {QStringLiteral("-displayfd"), QStringLiteral("1"),
-                                            QStringLiteral("-screen"), QStringLiteral("0"), screen,
-                                            QStringLiteral("-nolisten"), QStringLiteral("tcp")});
-        if (!waitUntil([this]() { return xvfb.canReadLine(); }, 10000)) {
+        // A display number of our own, away from the low numbers desktops and other test runs
+        // take; Xvfb refuses a number in use (its lock file), and then the next one is tried.
+        const int base = 100 + static_cast<int>(QCoreApplication::applicationPid() % 400) * 2;
+        for (int n = base; n < base + 20 && display.isEmpty(); ++n) {
+            const QString candidate = QStringLiteral(":%1").arg(n);
+            xvfb.start(QStringLiteral("Xvfb"),
+                       {candidate, QStringLiteral("-screen"), QStringLiteral("0"), screen,
+                        QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+                        QStringLiteral("-noreset")});
+            // Without -noreset it would start afresh each time its last client leaves. It takes
+            // connections once its keymap is compiled, which is slow on a busy machine: ask
+            // rarely, so as not to slow it down further.
+            bool up = false;
+            xvfb.waitForStarted();
+            for (int i = 0; i < 150 && xvfb.state() == QProcess::Running && !up; ++i) {
+                QTest::qWait(200);
+                up = QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
+                     reachable(candidate);
+            }
+            if (up) {
+                display = candidate;
+            } else {
+                xvfb.kill();
+                xvfb.waitForFinished(3000);
+            }
+        }
+        if (display.isEmpty()) {
             *why = QStringLiteral("Xvfb did not start");
             return false;
         }
-        display = QStringLiteral(":") + QString::fromLatin1(xvfb.readLine().trimmed());
         qputenv("DISPLAY", display.toLatin1());
-        openbox.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
-        if (!waitUntil([this]() { return windowManagerReady(); }, 10000)) {
-            *why = QStringLiteral("openbox did not take the display");
+        // No key or mouse bindings: openbox grabs every bound key with a round trip each at
+        // start-up, which on a busy machine keeps it from managing windows for seconds.
+        if (!config.isValid() ||
+            !writeFile(config.filePath(QStringLiteral("rc.xml")),
+                       "<?xml version=\"1.0\"?>\n<openbox_config "
+                       "xmlns=\"http://openbox.org/3.4/rc\"><keyboard/><mouse/>"
+                       "<desktops><number>1</number></desktops></openbox_config>\n")) {
+            *why = QStringLiteral("cannot write openbox's settings");
+            return false;
+        }
+        openbox.start(QStringLiteral("openbox"),
+                      {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"),
+                       config.filePath(QStringLiteral("rc.xml"))});
+        openbox.waitForStarted();
+        bool ready = false;
+        for (int i = 0; i < 150 && !ready && openbox.state() != QProcess::NotRunning; ++i) {
+            QTest::qWait(200);
+            ready = windowManagerReady();
+        }
+        if (!ready) {
+            *why = QStringLiteral("openbox did not take the display %1: %2")
+                       .arg(display, QString::fromLocal8Bit(openbox.readAllStandardOutput()));
             return false;
         }
         return true;
@@ -52,6 +96,14 @@ public:
         openbox.waitForFinished(3000);
         xvfb.terminate();
         if (!xvfb.waitForFinished(3000)) xvfb.kill();
+    }
+
+    static bool reachable(const QString &name)
+    {
+        xcb_connection_t *c = xcb_connect(name.toLatin1().constData(), nullptr);
+        const bool ok = !xcb_connection_has_error(c);
+        xcb_disconnect(c);
+        return ok;
     }
 
     bool windowManagerReady() const
@@ -76,6 +128,7 @@ public:
     }
 
     QString display;
+    QTemporaryDir config;
     QProcess xvfb;
     QProcess openbox;
 };
