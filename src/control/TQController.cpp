@@ -6,6 +6,8 @@
 #include "extras/Defaults.h"
 #include "extras/DropStack.h"
 #include "extras/Logging.h"
+#include "extras/Notifications.h"
+#include "extras/Timing.h"
 #include "window/TQIconView.h"
 
 #include <QApplication>
@@ -35,6 +37,10 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
             [this]() { implicitHideMainWindow(); });
     connect(this, &TQController::didFinishLaunching, &_catalogue,
             &TQAppManager::startSpotlightQuery);
+    // A launch that found its program gone brings the panel back while the catalogue rescans.
+    connect(
+        &Notifications::instance(), &Notifications::appIsMissing, this,
+        [this]() { applicationOpenUntitledFile(); }, Qt::QueuedConnection);
 }
 
 TQController::~TQController() = default;
@@ -239,6 +245,9 @@ void TQController::applicationWillTerminate()
 void TQController::handleRequest(const InstanceRequest &request)
 {
     qCDebug(lcPlatform) << "Request from a later kelp:" << request.command;
+    if (request.command != QLatin1String("hide") && request.command != QLatin1String("quit") &&
+        request.command != QLatin1String("rescan"))
+        timing::markShowRequest();
     if (request.command == QLatin1String("reopen")) {
         applicationShouldHandleReopen();
         activate();

@@ -5,6 +5,7 @@
 
 #include "catalogue/CatalogueFixture.h"
 #include "extras/DropStack.h"
+#include "extras/Notifications.h"
 #include "platform/gio/GioAppsOnDisk.h"
 
 #include <QGuiApplication>
@@ -149,4 +150,14 @@ TEST_F(Controller, RequestsFromLaterStarts)
     DropStack::shared().free();
     controller->handleRequest({QStringLiteral("quit"), {}});
     EXPECT_EQ(quits, 1);
+}
+
+TEST_F(Controller, AMissingApplicationBringsThePanelBack)
+{
+    defaults->setValue(QStringLiteral("showWindowAtLaunch"), false);
+    controller->applicationDidFinishLaunching();
+    ASSERT_FALSE(controller->mainWindowIsVisible());
+    Q_EMIT Notifications::instance().appIsMissing(
+        catalogue->appForPath(QStringLiteral("/gone/app.desktop")));
+    EXPECT_TRUE(test::waitUntil([&] { return controller->mainWindowIsVisible(); }, 3000));
 }
