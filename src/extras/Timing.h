@@ -1,0 +1,16 @@
+#pragma once
+// Timing marks for the figures in docs/PERFORMANCE.md. Off unless the category kelp.timing is
+// enabled at debug level (QT_LOGGING_RULES="kelp.timing.debug=true"); then the time from a request
+// to show the panel until its first paint is logged.
+#include <QLoggingCategory>
+
+Q_DECLARE_LOGGING_CATEGORY(lcTiming)
+
+namespace kelp::timing {
+
+// A request to show the panel arrived.
+void markShowRequest();
+// The panel finished painting; logs the time since the last request, once per request.
+void panelPainted();
+
+} // namespace kelp::timing
