@@ -245,9 +245,11 @@ void TQController::applicationWillTerminate()
 void TQController::handleRequest(const InstanceRequest &request)
 {
     qCDebug(lcPlatform) << "Request from a later kelp:" << request.command;
-    if (request.command != QLatin1String("hide") && request.command != QLatin1String("quit") &&
-        request.command != QLatin1String("rescan"))
-        timing::markShowRequest();
+    const bool shows = request.command == QLatin1String("show") ||
+                       request.command == QLatin1String("open") ||
+                       request.command == QLatin1String("reopen") ||
+                       (request.command == QLatin1String("toggle") && !mainWindowIsVisible());
+    if (shows) timing::markShowRequest();
     if (request.command == QLatin1String("reopen")) {
         applicationShouldHandleReopen();
         activate();

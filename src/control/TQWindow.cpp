@@ -5,6 +5,7 @@
 #include "control/TQBkgndView.h"
 #include "extras/Defaults.h"
 #include "extras/Logging.h"
+#include "extras/Timing.h"
 #include "platform/Desktop.h"
 #include "platform/WindowHints.h"
 #include "window/PanelColours.h"
@@ -548,6 +549,14 @@ void TQWindow::slideToCenter()
 bool TQWindow::focusNextPrevChild(bool)
 {
     return false; // Tab and Shift-Tab belong to the selector bar
+}
+
+bool TQWindow::event(QEvent *event)
+{
+    const bool handled = QWidget::event(event);
+    // An update request paints every widget of the panel and flushes them to the screen.
+    if (event->type() == QEvent::UpdateRequest) timing::panelPainted();
+    return handled;
 }
 
 void TQWindow::keyPressEvent(QKeyEvent *event)
