@@ -189,6 +189,8 @@ private:
     ColorSortParams _colorSortParams;
     bool _containsExcludedKeywords = false;
     QVariantMap _attributes;
+    QImage _displayIcon;
+    quint64 _iconLoadGeneration = 0;
 };
 
 using TQAppPtr = std::shared_ptr<TQApp>;
@@ -196,5 +198,3 @@ using AppList = QList<TQAppPtr>;
 using AppLists = QList<AppList>;
 
 } // namespace kelp
-    QImage _displayIcon;
-    quint64 _iconLoadGeneration = 0;
