@@ -18,7 +18,7 @@ struct Desktop
     std::shared_ptr<AppActions> actions;    // launch, activate, hide, quit... (may be null)
     std::shared_ptr<IconSource> icons;      // icons for files, thread-safe (may be null)
     std::shared_ptr<RunningApplications>
-        running; // running applications and their events (may be null)
+        running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
 };
 
