@@ -35,6 +35,9 @@ class RunningApplications;
 class Defaults;
 struct WalkResult;
 
+// The icon parameters as the settings give them (icon size and the five colour-sort keys).
+ColorSortParams colorSortParamsFromDefaults(const Defaults &defaults);
+
 class TQAppManager : public QObject
 {
     Q_OBJECT

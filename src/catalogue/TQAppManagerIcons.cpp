@@ -24,17 +24,22 @@ void TQAppManager::setUpIconLoading()
 
 ColorSortParams TQAppManager::iconParametersFromDefaults() const
 {
+    return colorSortParamsFromDefaults(_defaults);
+}
+
+ColorSortParams colorSortParamsFromDefaults(const Defaults &defaults)
+{
     ColorSortParams p;
-    p.maximumIconSize = _defaults.integer(QStringLiteral("maximumIconSize"));
+    p.maximumIconSize = defaults.integer(QStringLiteral("maximumIconSize"));
     p.colorSortGrayThreshold =
-        static_cast<float>(_defaults.real(QStringLiteral("colorSortGrayThreshold")));
-    p.colorSortWrapHue = static_cast<float>(_defaults.real(QStringLiteral("colorSortWrapHue")));
+        static_cast<float>(defaults.real(QStringLiteral("colorSortGrayThreshold")));
+    p.colorSortWrapHue = static_cast<float>(defaults.real(QStringLiteral("colorSortWrapHue")));
     p.colorSortMinSaturation =
-        static_cast<float>(_defaults.real(QStringLiteral("colorSortMinSaturation")));
+        static_cast<float>(defaults.real(QStringLiteral("colorSortMinSaturation")));
     p.colorSortMinLuminosity =
-        static_cast<float>(_defaults.real(QStringLiteral("colorSortMinLuminosity")));
+        static_cast<float>(defaults.real(QStringLiteral("colorSortMinLuminosity")));
     p.colorSortGraysBySecondaryColor =
-        _defaults.boolean(QStringLiteral("colorSortGraysBySecondaryColor"));
+        defaults.boolean(QStringLiteral("colorSortGraysBySecondaryColor"));
     return p;
 }
 

@@ -1,6 +1,7 @@
 #include "control/AnalyzeColoursCommand.h"
 
 #include "catalogue/TQApp.h"
+#include "catalogue/TQAppManager.h"
 #include "extras/ColourImage.h"
 #include "extras/Defaults.h"
 #include "extras/TextNumbers.h"
@@ -105,17 +106,8 @@ AnalyzeColoursResult analyzeColours(const Defaults &defaults, const QStringList 
                                     const QStringList &images)
 {
     AnalyzeColoursResult result;
-    ColorSortParams params;
+    ColorSortParams params = colorSortParamsFromDefaults(defaults);
     params.maximumIconSize = kDefaultSize;
-    params.colorSortGrayThreshold =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortGrayThreshold")));
-    params.colorSortWrapHue = static_cast<float>(defaults.real(QStringLiteral("colorSortWrapHue")));
-    params.colorSortMinSaturation =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortMinSaturation")));
-    params.colorSortMinLuminosity =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortMinLuminosity")));
-    params.colorSortGraysBySecondaryColor =
-        defaults.boolean(QStringLiteral("colorSortGraysBySecondaryColor"));
     for (const QString &setting : settings) {
         const QString error = applySetting(setting, params);
         if (!error.isEmpty()) {

@@ -1,5 +1,7 @@
 #include "control/ValueTransformers.h"
 
+#include "extras/DesktopEntryKeys.h"
+
 #include "extras/TextNumbers.h"
 
 #include <QCoreApplication>
@@ -141,55 +143,6 @@ QString expandTilde(const QString &path)
     if (path == u'~') return QDir::homePath();
     if (path.startsWith(QStringLiteral("~/"))) return QDir::homePath() + path.mid(1);
     return path;
-}
-
-QString unescapeDesktopValue(const QString &raw)
-{
-    QString out;
-    out.reserve(raw.size());
-    for (qsizetype i = 0; i < raw.size(); ++i) {
-        const QChar c = raw.at(i);
-        if (c != u'\\' || i + 1 == raw.size()) {
-            out.append(c);
-            continue;
-        }
-        const QChar e = raw.at(++i);
-        if (e == u's')
-            out.append(u' ');
-        else if (e == u'n')
-            out.append(u'\n');
-        else if (e == u't')
-            out.append(u'\t');
-        else if (e == u'r')
-            out.append(u'\r');
-        else
-            out.append(e);
-    }
-    return out;
-}
-
-// The keys of the [Desktop Entry] group; the first occurrence of a key wins.
-QHash<QString, QString> desktopEntryKeys(const QString &path)
-{
-    QHash<QString, QString> keys;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return keys;
-    bool inGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.isEmpty() || line.startsWith(u'#')) continue;
-        if (line.startsWith(u'[')) {
-            if (inGroup) break;
-            inGroup = line == QStringLiteral("[Desktop Entry]");
-            continue;
-        }
-        if (!inGroup) continue;
-        const qsizetype eq = line.indexOf(u'=');
-        if (eq <= 0) continue;
-        const QString key = line.left(eq).trimmed();
-        if (!keys.contains(key)) keys.insert(key, unescapeDesktopValue(line.mid(eq + 1).trimmed()));
-    }
-    return keys;
 }
 
 QImage placeholderImage()

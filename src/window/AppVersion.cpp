@@ -1,5 +1,7 @@
 #include "window/AppVersion.h"
 
+#include "extras/DesktopEntryKeys.h"
+
 #include "extras/Logging.h"
 #include "extras/Plist.h"
 
@@ -22,25 +24,10 @@ constexpr const char *kDesktopVersionKeys[] = {
 
 AppVersion fromDesktopEntry(const QString &path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) {
+    const QHash<QString, QString> keys = desktopEntryKeys(path);
+    if (keys.isEmpty()) {
         qCInfo(lcExtras).noquote() << "Cannot read" << path << "for its version";
         return {};
-    }
-    QHash<QString, QString> keys;
-    bool inGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.isEmpty() || line.startsWith(u'#')) continue;
-        if (line.startsWith(u'[')) {
-            if (inGroup) break;
-            inGroup = line == QLatin1String("[Desktop Entry]");
-            continue;
-        }
-        const qsizetype eq = line.indexOf(u'=');
-        if (!inGroup || eq <= 0) continue;
-        const QString key = line.left(eq).trimmed();
-        if (!keys.contains(key)) keys.insert(key, line.mid(eq + 1).trimmed());
     }
     for (const char *key : kDesktopVersionKeys) {
         const QString v = keys.value(QLatin1String(key));

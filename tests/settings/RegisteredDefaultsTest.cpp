@@ -88,6 +88,7 @@ const QList<std::pair<QString, QVariant>> &expectedDefaults()
         {QStringLiteral("excludeArray"), QVariantList()},
         {QStringLiteral("maxFolderRecursionDepth"), qint64(4)},
         {QStringLiteral("sortRunningByLaunchOrder"), true},
+        {QStringLiteral("iconThemeName"), QString()},
         // Icon view
         {QStringLiteral("groupOrientation"), qint64(2)},
         {QStringLiteral("iconReadingOrder"), qint64(1)},
