@@ -189,6 +189,30 @@ TEST_F(Launcher, TypingANameAndReturnLaunchesIt)
     EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 10000)) << "and the panel went away";
 }
 
+TEST_F(Launcher, EscapeClearsTheFilterFirst)
+{
+    startKelp();
+    const QString wid =
+        x(QStringLiteral("xdotool"),
+          {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("^Kelp Main$")})
+            .split(QLatin1Char('\n'))
+            .first();
+    x(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"), wid});
+    x(QStringLiteral("xdotool"), {QStringLiteral("type"), QStringLiteral("--delay"),
+                                  QStringLiteral("50"), QStringLiteral("zeb")});
+    x(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")});
+    QTest::qWait(300);
+    EXPECT_TRUE(panel().mapped) << "the first Escape only clears the filter";
+    // With no filter, Return has two applications to choose from and launches neither.
+    x(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
+    QTest::qWait(1500);
+    EXPECT_FALSE(window(QStringLiteral("zebraclock")).mapped);
+    EXPECT_TRUE(panel().mapped);
+    x(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")});
+    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 5000))
+        << "the second one hides the panel";
+}
+
 TEST_F(Launcher, ComesBackOnScreenWhenTheScreenShrinks)
 {
     startKelp();
