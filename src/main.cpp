@@ -10,6 +10,7 @@
 #include "platform/DesktopServices.h"
 #include "platform/RunningApplications.h"
 #include "platform/gio/GioAppsOnDisk.h"
+#include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
 
 #include <QApplication>
@@ -206,6 +207,7 @@ int main(int argc, char **argv)
         return 1;
     }
     kelp::installDesktopServices();
+    kelp::desktop().launcherProgress = std::make_shared<kelp::GioLauncherProgress>();
     kelp::desktop().icons = std::make_shared<kelp::FreedesktopIconSource>(
         kelp::Defaults::standard().string(QStringLiteral("iconThemeName")));
     return kelp::runKelp(request);

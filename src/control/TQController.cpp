@@ -8,6 +8,8 @@
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "extras/Timing.h"
+#include "platform/Desktop.h"
+#include "platform/LauncherProgress.h"
 #include "window/TQIconView.h"
 
 #include <QApplication>
@@ -35,6 +37,8 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
     // the focus (window managers keep it from programs that do not ask with a timestamp).
     connect(_panel.iconView(), &TQIconView::appLaunched, this,
             [this]() { implicitHideMainWindow(); });
+    connect(&_catalogue, &TQAppManager::progressStep, this,
+            [this](int step, int count, const QString &) { showProgressStep(step, count); });
     connect(this, &TQController::didFinishLaunching, &_catalogue,
             &TQAppManager::startSpotlightQuery);
     // A launch that found its program gone brings the panel back while the catalogue rescans.
@@ -235,6 +239,14 @@ void TQController::rescanAllApps(bool fromMenu)
     if (group == -1) group = TQAppManager::Included;
     if (fromMenu) _catalogue.clearIconsForAllApps();
     _catalogue.rescanAllAppsPrioritizingGroup(static_cast<int>(group));
+}
+
+void TQController::showProgressStep(int step, int count)
+{
+    const auto progress = desktop().launcherProgress;
+    if (!progress) return;
+    if (count == 0 || _defaults.boolean(QStringLiteral("showIconInDock")))
+        progress->showProgress(step, count);
 }
 
 void TQController::applicationWillTerminate()

@@ -61,6 +61,8 @@ public:
     // Rescans the catalogue, the group about to be shown first; from the menu, icons reload too.
     void rescanAllApps(bool fromMenu);
     void applicationWillTerminate();
+    // The catalogue's scan progress, shown on Kelp's dock icon (unless Kelp keeps out of the dock).
+    void showProgressStep(int step, int count);
 
     // A request from a later `kelp`.
     void handleRequest(const kelp::InstanceRequest &request);

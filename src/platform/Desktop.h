@@ -9,6 +9,7 @@ namespace kelp {
 class AppsOnDisk;
 class AppActions;
 class IconSource;
+class LauncherProgress;
 class RunningApplications;
 class WindowHints;
 
@@ -20,6 +21,7 @@ struct Desktop
     std::shared_ptr<RunningApplications>
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
+    std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
 };
 
 // The services in use; empty members until start-up installs them.

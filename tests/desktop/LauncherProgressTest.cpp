@@ -1,0 +1,65 @@
+// The scan's progress as the dock reads it: a LauncherEntry signal on a private session bus.
+#include "platform/LauncherProgress.h"
+#include "platform/gio/GioLauncherProgress.h"
+
+#include "support/TestSupport.h"
+
+#include <QProcess>
+#include <QStandardPaths>
+
+#include <gtest/gtest.h>
+
+using namespace kelp;
+
+TEST(LauncherProgress, Fraction)
+{
+    EXPECT_LT(launcherProgressFraction(0, 0), 0.0) << "count 0 takes the progress off";
+    EXPECT_DOUBLE_EQ(launcherProgressFraction(1, 4), 0.25);
+    EXPECT_DOUBLE_EQ(launcherProgressFraction(4, 4), 1.0) << "step equal to count is a full bar";
+    EXPECT_DOUBLE_EQ(launcherProgressFraction(9, 4), 1.0);
+    EXPECT_DOUBLE_EQ(launcherProgressFraction(-1, 4), 0.0);
+}
+
+TEST(LauncherProgress, SignalReachesTheSessionBus)
+{
+    for (const char *tool : {"dbus-daemon", "dbus-monitor"})
+        if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+            GTEST_SKIP() << tool << " is not installed";
+    QProcess bus;
+    bus.start(QStringLiteral("dbus-daemon"),
+              {QStringLiteral("--session"), QStringLiteral("--nofork"),
+               QStringLiteral("--print-address")});
+    ASSERT_TRUE(test::waitUntil([&] { return bus.canReadLine(); }, 10000));
+    const QByteArray address = bus.readLine().trimmed();
+    const QByteArray previous = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", address);
+
+    QProcess monitor;
+    monitor.start(QStringLiteral("dbus-monitor"),
+                  {QStringLiteral("--address"), QString::fromLatin1(address),
+                   QStringLiteral("interface='com.canonical.Unity.LauncherEntry'")});
+    QByteArray seen;
+    // The monitor announces itself on the bus first; wait for that before sending.
+    ASSERT_TRUE(test::waitUntil([&] {
+        seen += monitor.readAllStandardOutput();
+        return seen.contains("NameAcquired") || seen.contains("signal");
+    }));
+    {
+        GioLauncherProgress progress(QStringLiteral("kelp.desktop"));
+        progress.showProgress(2, 4);
+        progress.showProgress(0, 0);
+    }
+    EXPECT_TRUE(test::waitUntil([&] {
+        seen += monitor.readAllStandardOutput();
+        return seen.count("member=Update") >= 2;
+    }));
+    EXPECT_TRUE(seen.contains("application://kelp.desktop")) << seen.constData();
+    EXPECT_TRUE(seen.contains("double 0.5"));
+    EXPECT_TRUE(seen.contains("boolean false")) << "count 0 hides the bar";
+
+    monitor.kill();
+    monitor.waitForFinished();
+    bus.kill();
+    bus.waitForFinished();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", previous);
+}
