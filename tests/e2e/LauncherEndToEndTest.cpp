@@ -216,14 +216,16 @@ TEST_F(Launcher, EscapeClearsTheFilterFirst)
 TEST_F(Launcher, ComesBackOnScreenWhenTheScreenShrinks)
 {
     startKelp();
+    settledPanel();
     const QString wid =
         x(QStringLiteral("xdotool"),
           {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("^Kelp Main$")})
             .split(QLatin1Char('\n'))
             .first();
+    // Wholly on the screen as it is now, wholly off the one it is about to become.
     x(QStringLiteral("xdotool"),
-      {QStringLiteral("windowmove"), wid, QStringLiteral("1150"), QStringLiteral("700")});
-    ASSERT_TRUE(waitUntil([this] { return panel().rect.x() >= 1100; }, 5000));
+      {QStringLiteral("windowmove"), wid, QStringLiteral("1050"), QStringLiteral("580")});
+    ASSERT_TRUE(waitUntil([this] { return panel().rect.x() >= 1040; }, 5000));
     // Xvfb keeps one output; shrinking its frame buffer is how a screen goes away here.
     x(QStringLiteral("xrandr"), {QStringLiteral("--fb"), QStringLiteral("1024x600")});
     EXPECT_TRUE(waitUntil(

@@ -2,6 +2,8 @@
 
 #include "extras/Logging.h"
 
+#include <QFileInfo>
+
 #include <gio/gio.h>
 
 namespace kelp {
@@ -9,6 +11,12 @@ namespace kelp {
 GioLauncherProgress::GioLauncherProgress(const QString &desktopId)
     : _appUri(QStringLiteral("application://") + desktopId)
 {
+    // Only a session bus that is there: GLib would otherwise try to start one of its own.
+    const QString runtimeBus = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
+    if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS") && !QFileInfo::exists(runtimeBus)) {
+        qCInfo(lcPlatform) << "No session bus; scan progress stays off the dock";
+        return;
+    }
     GError *error = nullptr;
     _bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error);
     if (!_bus) {
