@@ -64,7 +64,8 @@ void TQApp::setDisplayName(const QString &name)
 
 void TQApp::findLetters()
 {
-    _letters = nameLetters(name());
+    _lettersName = name();
+    _letters = nameLetters(_lettersName);
     _hasLetters = true;
 }
 

@@ -173,12 +173,16 @@ public:
     static QImage notFoundImage();
 
 private:
+    // The fetch decision once the file's number (inode) is known.
+    void loadIconForFileNumber(const ColorSortParams &params, qint64 fileNumber);
+
     QString _path;
     bool _pathIsValid = false;
     QString _displayName;
     QString _foldedName;
     QImage _icon;
     QByteArray _letters;
+    QString _lettersName; // the name the letters were computed from
     bool _hasLetters = false;
     qint64 _fileID = 0;
     double _colorSortValue = colour::kNoColourKey;

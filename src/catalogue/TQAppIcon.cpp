@@ -15,8 +15,11 @@ namespace kelp {
 
 void TQApp::setIconParameters(const ColorSortParams &params)
 {
-    findLetters();
-    findExcludedStringsInName();
+    // Letters and the keyword flag follow the name; they are current unless it changed.
+    if (!_hasLetters || _lettersName != name()) {
+        findLetters();
+        findExcludedStringsInName();
+    }
     struct stat info;
     if (::stat(QFile::encodeName(_path).constData(), &info) != 0) {
         _pathIsValid = false;
@@ -27,7 +30,7 @@ void TQApp::setIconParameters(const ColorSortParams &params)
         return;
     }
     _pathIsValid = true;
-    loadIconWithParameters(params);
+    loadIconForFileNumber(params, static_cast<qint64>(info.st_ino));
 }
 
 void TQApp::loadIconWithParameters(const ColorSortParams &params)
@@ -43,13 +46,17 @@ void TQApp::loadIconWithParameters(const ColorSortParams &params)
         setIcon(QImage());
         return;
     }
+    loadIconForFileNumber(params, static_cast<qint64>(info.st_ino));
+}
+
+void TQApp::loadIconForFileNumber(const ColorSortParams &params, qint64 fileNumber)
+{
     if (!IconLoader::shared().iconSource()) {
         // Headless tools run without a desktop to draw icons from: keep the dot.
         _colorSortParams = params;
         return;
     }
     // The inode tells a replaced or reinstalled file from the one whose icon is in hand.
-    const auto fileNumber = static_cast<qint64>(info.st_ino);
     if (params.maximumIconSize == _colorSortParams.maximumIconSize && fileNumber == _fileID &&
         !_icon.isNull()) {
         setColorSortParameters(params);
