@@ -4,7 +4,10 @@
 #include "extras/Logging.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+
+#include <sys/stat.h>
 
 namespace kelp {
 
@@ -17,6 +20,13 @@ QString desktopIdForPath(const QString &path)
             return parts.mid(i + 1).join(QLatin1Char('-'));
     }
     return parts.isEmpty() ? QString() : parts.last();
+}
+
+qint64 modificationTimeMs(const QString &path)
+{
+    struct stat st;
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0) return 0;
+    return static_cast<qint64>(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000;
 }
 
 int FolderWalker::clampDepth(qint64 setting)
@@ -89,7 +99,7 @@ void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, 
                     << path << "is shadowed by" << _seenDesktopIds.value(info.desktopId);
                 break;
             }
-            into.append({path, info.name, QFileInfo(path).lastModified().toMSecsSinceEpoch()});
+            into.append({path, info.name, modificationTimeMs(path)});
             break;
         case ItemInfo::Folder:
         case ItemInfo::AliasToFolder:

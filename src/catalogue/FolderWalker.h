@@ -20,6 +20,10 @@
 
 namespace kelp {
 
+// A file's modification time in milliseconds since the epoch, 0 when it cannot be read. One
+// stat(2): this runs for every entry at every start.
+qint64 modificationTimeMs(const QString &path);
+
 struct FoundApp
 {
     QString path;        // standardised

@@ -1233,8 +1233,7 @@ void TQAppManager::refreshNamesInBackground(std::function<void()> done)
     auto work = [appsOnDisk = _appsOnDisk, items]() {
         QList<FoundApp> fresh;
         for (const Item &item : items) {
-            const QFileInfo info(item.path);
-            const qint64 modified = info.exists() ? info.lastModified().toMSecsSinceEpoch() : 0;
+            const qint64 modified = modificationTimeMs(item.path);
             if (item.known && modified == item.modified) continue;
             fresh.append({item.path,
                           appsOnDisk ? appsOnDisk->applicationName(item.path) : QString(),
