@@ -326,12 +326,6 @@ void TQAppManager::announce(int group)
     }
 }
 
-void TQAppManager::announceAll()
-{
-    for (int g = 0; g <= 9; ++g)
-        announce(g);
-}
-
 // --- Files ----------------------------------------------------------------------------------
 
 QString TQAppManager::catalogueFolder()

@@ -80,7 +80,6 @@ public:
     TQAppPtr appForPath(const QString &path);
     TQAppPtr existingAppForPath(const QString &path) const;
     QList<TQAppPtr> everythingSet() const { return _everything.values(); }
-    qsizetype everythingCount() const { return _everything.size(); }
 
     const AppList &runningApps() const { return _runningApps; }
     const AppLists &includedApps() const { return _includedApps; }
@@ -256,7 +255,6 @@ Q_SIGNALS:
 
 private:
     void announce(int group);
-    void announceAll();
     void applyWalk(const WalkResult &result);
     void continueRescan(int group);
     void loadNameCache();

@@ -38,10 +38,7 @@ protected:
     Analysis run(QStringList args)
     {
         QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.filePath(QStringLiteral("config")));
-        env.remove(QStringLiteral("DISPLAY"));
-        p.setProcessEnvironment(env);
+        p.setProcessEnvironment(kelp::test::privateHomeEnvironment(dir.path()));
         args.prepend(QStringLiteral("--analyze-colours"));
         p.start(QStringLiteral(KELP_BINARY), args);
         Analysis a;

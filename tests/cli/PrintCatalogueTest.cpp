@@ -40,14 +40,7 @@ protected:
     KelpRun run(const QStringList &args)
     {
         QProcess p;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("HOME"), home.path());
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        env.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
-        env.insert(QStringLiteral("XDG_DATA_DIRS"), home.filePath(QStringLiteral("machine")));
-        env.remove(QStringLiteral("DISPLAY"));
-        env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+        const QProcessEnvironment env = test::privateHomeEnvironment(home.path());
         p.setProcessEnvironment(env);
         p.start(QStringLiteral(KELP_BINARY), args);
         KelpRun r;

@@ -46,12 +46,8 @@ protected:
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"
                               "Icon=utilities-terminal\n"));
-        env = QProcessEnvironment::systemEnvironment();
+        env = privateHomeEnvironment(home.path());
         env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
-        env.insert(QStringLiteral("HOME"), home.path());
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-        env.insert(QStringLiteral("XDG_CACHE_HOME"), home.filePath(QStringLiteral("cache")));
         env.insert(QStringLiteral("XDG_DATA_DIRS"),
                    home.filePath(QStringLiteral("machine")) + QStringLiteral(":/usr/share"));
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
