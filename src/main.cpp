@@ -4,14 +4,14 @@
 #include "catalogue/TQAppManager.h"
 #include "control/AnalyzeColoursCommand.h"
 #include "control/KelpApplication.h"
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/DesktopServices.h"
 #include "platform/RunningApplications.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -44,8 +44,8 @@ int printCatalogue(bool rescan, bool icons)
     installDesktopServices(); // running applications when there is a display
     // Icons only when asked for: then each entry's colour key comes from its real icon.
     if (icons)
-        IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>(
-            defaults.string(QStringLiteral("iconThemeName"))));
+        IconLoader::shared().setIconSource(
+            std::make_shared<FreedesktopIconSource>(defaults.value(kelp::Key::IconThemeName)));
     else
         desktop().icons.reset();
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
@@ -209,6 +209,6 @@ int main(int argc, char **argv)
     kelp::installDesktopServices();
     kelp::desktop().launcherProgress = std::make_shared<kelp::GioLauncherProgress>();
     kelp::desktop().icons = std::make_shared<kelp::FreedesktopIconSource>(
-        kelp::Defaults::standard().string(QStringLiteral("iconThemeName")));
+        kelp::Defaults::standard().value(kelp::Key::IconThemeName));
     return kelp::runKelp(request);
 }

@@ -3,9 +3,9 @@
 //
 //   build/bench/catalogue/catalogue_bench [--benchmark_filter=...]
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
 #include "platform/gio/GioAppsOnDisk.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include <QCoreApplication>
 #include <QDir>

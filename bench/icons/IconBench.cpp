@@ -5,10 +5,10 @@
 //   icon_bench [THEME [COUNT]]     (defaults: Papirus 500; needs the theme installed)
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/IconTheme.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -117,7 +117,7 @@ int main(int argc, char **argv)
     QDir().mkpath(home.filePath(QStringLiteral("apps")));
     Defaults defaults(home.filePath(QStringLiteral("Kelp.plist")));
     registerAllDefaults(defaults);
-    defaults.setValue(QStringLiteral("maximumIconSize"), qint64(128));
+    defaults.setValue(Key::MaximumIconSize, qint64(128));
     TQAppManager catalogue(defaults, nullptr);
     AppList apps;
     for (const QString &name : names) {

@@ -5,9 +5,9 @@
 //
 //   build/bench/window/window_bench [--benchmark_filter=...]
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
 #include "extras/Plist.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 #include "window/TQIconView.h"
 
 #include <QApplication>

@@ -1,15 +1,14 @@
 #include "catalogue/TQAppManager.h"
 
-#include "catalogue/CatalogueDefaults.h"
 #include "catalogue/FolderWalker.h"
 #include "catalogue/TQNode.h"
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "extras/Plist.h"
 #include "platform/AppsOnDisk.h"
 #include "platform/Desktop.h"
 #include "platform/RunningApplications.h"
+#include "settings/Defaults.h"
 
 #include <QDataStream>
 #include <QDateTime>
@@ -107,7 +106,7 @@ void keepAside(const QString &path, const QString &reason)
 
 QVariantMap TQAppManager::registeredDefaults()
 {
-    return catalogueRegisteredDefaults();
+    return registeredDefaultsOf(SettingOwner::Catalogue);
 }
 
 TQAppManager::TQAppManager(Defaults &defaults, std::shared_ptr<const AppsOnDisk> appsOnDisk,
@@ -844,10 +843,9 @@ void TQAppManager::sortArray(AppList &array)
     for (const AppList &bunch : std::as_const(_userApps)) {
         if (&bunch == &array) return;
     }
-    if (&array == &_runningApps && _defaults.boolean(QStringLiteral("sortRunningByLaunchOrder")))
-        return;
+    if (&array == &_runningApps && _defaults.value(Key::SortRunningByLaunchOrder)) return;
 
-    const qint64 order = _defaults.integer(QStringLiteral("groupContentsSortOrder"));
+    const qint64 order = _defaults.value(Key::GroupContentsSortOrder);
     if (order == 0) {
         std::stable_sort(array.begin(), array.end(), [](const TQAppPtr &a, const TQAppPtr &b) {
             return a->path().compare(b->path(), Qt::CaseInsensitive) < 0;
@@ -886,7 +884,7 @@ void TQAppManager::sortAllArrays()
     announce(Included1D);
     announce(Excluded);
     announce(Excluded1D);
-    if (!_defaults.boolean(QStringLiteral("sortRunningByLaunchOrder"))) {
+    if (!_defaults.value(Key::SortRunningByLaunchOrder)) {
         sortArray(_runningApps);
         announce(Running);
     }
@@ -897,20 +895,17 @@ void TQAppManager::sortAllArrays()
 void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue,
                                    const QVariant &newValue)
 {
-    if (key == QLatin1String("groupContentsSortOrder")) {
+    if (Key::GroupContentsSortOrder.is(key)) {
         sortAllArrays();
-    } else if (key == QLatin1String("searchDirectories") ||
-               key == QLatin1String("scanDirectories")) {
+    } else if (Key::SearchDirectories.is(key) || Key::ScanDirectories.is(key)) {
         queueScanPathListChanged();
-    } else if (key == QLatin1String("sortRunningByLaunchOrder")) {
+    } else if (Key::SortRunningByLaunchOrder.is(key)) {
         runningAppsListDidChange();
-    } else if (key == QLatin1String("maxFolderRecursionDepth")) {
+    } else if (Key::MaxFolderRecursionDepth.is(key)) {
         // Read at the start of the next walk.
-    } else if (key == QLatin1String("colorSortGrayThreshold") ||
-               key == QLatin1String("colorSortWrapHue") ||
-               key == QLatin1String("colorSortMinSaturation") ||
-               key == QLatin1String("colorSortMinLuminosity") ||
-               key == QLatin1String("colorSortGraysBySecondaryColor")) {
+    } else if (Key::ColorSortGrayThreshold.is(key) || Key::ColorSortWrapHue.is(key) ||
+               Key::ColorSortMinSaturation.is(key) || Key::ColorSortMinLuminosity.is(key) ||
+               Key::ColorSortGraysBySecondaryColor.is(key)) {
         colourSettingChanged(oldValue, newValue);
     }
 }
@@ -925,7 +920,7 @@ void TQAppManager::queueScanPathListChanged()
 QStringList TQAppManager::pathsFromPrefs() const
 {
     QStringList paths;
-    for (const QVariant &record : _defaults.array(QStringLiteral("searchDirectories"))) {
+    for (const QVariant &record : _defaults.value(Key::SearchDirectories)) {
         const QString p = record.toMap().value(QStringLiteral("path")).toString();
         if (!p.isEmpty()) paths.append(p);
     }
@@ -946,8 +941,7 @@ QStringList TQAppManager::uniquedPathsToScan() const
 
 void TQAppManager::updateMaxRecursionDepth()
 {
-    _maxRecursionDepth =
-        FolderWalker::clampDepth(_defaults.integer(QStringLiteral("maxFolderRecursionDepth")));
+    _maxRecursionDepth = FolderWalker::clampDepth(_defaults.value(Key::MaxFolderRecursionDepth));
 }
 
 void TQAppManager::showProgressStep(int step, int count, const QString &label)

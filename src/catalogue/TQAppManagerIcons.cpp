@@ -2,8 +2,8 @@
 // icon parameters, and the colour re-sort once a burst of icons has arrived.
 #include "catalogue/TQAppManager.h"
 
-#include "extras/Defaults.h"
 #include "extras/Notifications.h"
+#include "settings/Defaults.h"
 
 #include <QSet>
 
@@ -30,16 +30,12 @@ ColorSortParams TQAppManager::iconParametersFromDefaults() const
 ColorSortParams colorSortParamsFromDefaults(const Defaults &defaults)
 {
     ColorSortParams p;
-    p.maximumIconSize = defaults.integer(QStringLiteral("maximumIconSize"));
-    p.colorSortGrayThreshold =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortGrayThreshold")));
-    p.colorSortWrapHue = static_cast<float>(defaults.real(QStringLiteral("colorSortWrapHue")));
-    p.colorSortMinSaturation =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortMinSaturation")));
-    p.colorSortMinLuminosity =
-        static_cast<float>(defaults.real(QStringLiteral("colorSortMinLuminosity")));
-    p.colorSortGraysBySecondaryColor =
-        defaults.boolean(QStringLiteral("colorSortGraysBySecondaryColor"));
+    p.maximumIconSize = defaults.value(Key::MaximumIconSize);
+    p.colorSortGrayThreshold = static_cast<float>(defaults.value(Key::ColorSortGrayThreshold));
+    p.colorSortWrapHue = static_cast<float>(defaults.value(Key::ColorSortWrapHue));
+    p.colorSortMinSaturation = static_cast<float>(defaults.value(Key::ColorSortMinSaturation));
+    p.colorSortMinLuminosity = static_cast<float>(defaults.value(Key::ColorSortMinLuminosity));
+    p.colorSortGraysBySecondaryColor = defaults.value(Key::ColorSortGraysBySecondaryColor);
     return p;
 }
 
@@ -98,7 +94,7 @@ void TQAppManager::appIconChanged(const TQAppPtr &app)
 void TQAppManager::sortIconColorTimerFire()
 {
     _sortColorTimer.stop();
-    if (_defaults.integer(QStringLiteral("groupContentsSortOrder")) == 2) sortAllArrays();
+    if (_defaults.value(Key::GroupContentsSortOrder) == 2) sortAllArrays();
 }
 
 void TQAppManager::colourSettingChanged(const QVariant &oldValue, const QVariant &newValue)

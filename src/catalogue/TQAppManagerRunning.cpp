@@ -2,13 +2,13 @@
 // panel asks about running applications and dropped items.
 #include "catalogue/TQAppManager.h"
 
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "platform/AppActions.h"
 #include "platform/AppsOnDisk.h"
 #include "platform/Desktop.h"
 #include "platform/RunningApplications.h"
+#include "settings/Defaults.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>

@@ -3,8 +3,8 @@
 #include "catalogue/TQApp.h"
 #include "catalogue/TQAppManager.h"
 #include "extras/ColourImage.h"
-#include "extras/Defaults.h"
 #include "extras/TextNumbers.h"
+#include "settings/Defaults.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -36,27 +36,27 @@ QString applySetting(const QString &setting, ColorSortParams &params)
     const QString key = setting.left(eq);
     const QString value = setting.mid(eq + 1).trimmed();
     bool ok = false;
-    if (key == QLatin1String("maximumIconSize")) {
+    if (Key::MaximumIconSize.is(key)) {
         const qint64 size = value.toLongLong(&ok);
         if (!ok || size < 1 || size > kLargestSize)
             return tr("maximumIconSize must be a whole number from 1 to %1.").arg(kLargestSize);
         params.maximumIconSize = size;
         return {};
     }
-    if (key == QLatin1String("colorSortGraysBySecondaryColor")) {
+    if (Key::ColorSortGraysBySecondaryColor.is(key)) {
         params.colorSortGraysBySecondaryColor = textIsTrue(value);
         return {};
     }
     const float number = value.toFloat(&ok);
     if (!ok || !std::isfinite(number))
         return tr("%1 must be a number, got \"%2\".").arg(key, value);
-    if (key == QLatin1String("colorSortGrayThreshold"))
+    if (Key::ColorSortGrayThreshold.is(key))
         params.colorSortGrayThreshold = number;
-    else if (key == QLatin1String("colorSortWrapHue"))
+    else if (Key::ColorSortWrapHue.is(key))
         params.colorSortWrapHue = number;
-    else if (key == QLatin1String("colorSortMinSaturation"))
+    else if (Key::ColorSortMinSaturation.is(key))
         params.colorSortMinSaturation = number;
-    else if (key == QLatin1String("colorSortMinLuminosity"))
+    else if (Key::ColorSortMinLuminosity.is(key))
         params.colorSortMinLuminosity = number;
     else
         return tr("Unknown setting \"%1\".").arg(key);

@@ -1,12 +1,12 @@
 #include "control/KelpApplication.h"
 
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
 #include "control/TQController.h"
 #include "control/TQWindow.h"
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
 #include "platform/Desktop.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include <QApplication>
 #include <QTextStream>

@@ -1,6 +1,6 @@
 #include "control/TQBkgndView.h"
 
-#include "extras/Defaults.h"
+#include "settings/Defaults.h"
 
 #include <QPaintEvent>
 #include <QPainter>
@@ -14,21 +14,14 @@ TQBkgndView::TQBkgndView(Defaults &defaults, QWidget *parent) : QWidget(parent),
 {
     setAttribute(Qt::WA_TranslucentBackground);
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
-        if (key == QLatin1String("windowAlpha") || key == QLatin1String("windowColor") ||
-            key == QLatin1String("windowBorderColor") || key == QLatin1String("drawWindowBorder"))
-            updateColors();
+        if (PanelColours::dependsOn(key)) updateColors();
     });
     updateColors();
 }
 
 void TQBkgndView::updateColors()
 {
-    _windowAlpha = std::clamp(_defaults.real(QStringLiteral("windowAlpha")), 0.0, 1.0);
-    _windowColor = _defaults.color(QStringLiteral("windowColor"));
-    if (!_windowColor.isValid()) _windowColor = Qt::black;
-    _borderColor = _defaults.color(QStringLiteral("windowBorderColor"));
-    if (!_borderColor.isValid()) _borderColor = Qt::white;
-    _drawBorder = _defaults.boolean(QStringLiteral("drawWindowBorder"));
+    _colours = PanelColours::fromDefaults(_defaults);
     update();
 }
 
@@ -43,15 +36,15 @@ void TQBkgndView::drawBackground(QPainter &p, const QRectF &frame) const
     p.setRenderHint(QPainter::Antialiasing);
     QPainterPath path;
     path.addRoundedRect(frame, kCornerRadius, kCornerRadius);
-    QColor fill = _windowColor;
-    fill.setAlphaF(fill.alphaF() * _windowAlpha);
+    QColor fill = _colours.window;
+    fill.setAlphaF(fill.alphaF() * _colours.alpha);
     p.fillPath(path, fill);
-    if (_drawBorder && _borderWidth > 0) {
+    if (_colours.drawBorder && _borderWidth > 0) {
         // Stroked at twice the width and clipped to the shape: the border lies inside the edge.
         p.save();
         p.setClipPath(path);
-        QColor border = _borderColor;
-        border.setAlphaF(border.alphaF() * _windowAlpha);
+        QColor border = _colours.border;
+        border.setAlphaF(border.alphaF() * _colours.alpha);
         p.strokePath(path, QPen(border, 2 * _borderWidth));
         p.restore();
     }

@@ -1,6 +1,8 @@
 #pragma once
 // TQBkgndView: the panel's background, a rounded rectangle in the window colour at the window
 // opacity, with an optional border drawn inside its edge. It follows the four colour settings.
+#include "window/PanelColours.h"
+
 #include <QColor>
 #include <QWidget>
 
@@ -30,10 +32,7 @@ private:
     void drawBackground(QPainter &p, const QRectF &frame) const;
 
     Defaults &_defaults;
-    QColor _windowColor;
-    QColor _borderColor;
-    double _windowAlpha = 0.85;
-    bool _drawBorder = false;
+    PanelColours _colours;
     double _borderWidth = 1.0;
 };
 

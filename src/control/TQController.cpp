@@ -3,13 +3,13 @@
 #include "catalogue/TQAppManager.h"
 #include "control/SingleInstance.h"
 #include "control/TQWindow.h"
-#include "extras/Defaults.h"
 #include "extras/DropStack.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "extras/Timing.h"
 #include "platform/Desktop.h"
 #include "platform/LauncherProgress.h"
+#include "settings/Defaults.h"
 #include "window/TQIconView.h"
 
 #include <QApplication>
@@ -149,9 +149,9 @@ void TQController::applicationDidFinishLaunching()
     _finishedLaunching = true;
     // The panel shows before the catalogue is walked, with the scanning message, so that nothing
     // typed at start is lost.
-    if (_defaults.boolean(QStringLiteral("showWindowAtLaunch"))) applicationOpenUntitledFile();
+    if (_defaults.value(Key::ShowWindowAtLaunch)) applicationOpenUntitledFile();
 
-    const qint64 launchCount = _defaults.integer(QStringLiteral("applicationLaunchCount"));
+    const qint64 launchCount = _defaults.value(Key::ApplicationLaunchCount);
     if (launchCount == 0) {
         // The first launch moves uninstallers, updaters and the like out of the way; the user's
         // dock (or desktop favourites) is left alone.
@@ -160,7 +160,7 @@ void TQController::applicationDidFinishLaunching()
             [this]() { _catalogue.autoExcludeDockApps(false, true); }, Qt::SingleShotConnection);
     }
     rescanAllApps(false); // after the connection above: a scan may finish before it returns
-    _defaults.setValue(QStringLiteral("applicationLaunchCount"), launchCount + 1);
+    _defaults.setValue(Key::ApplicationLaunchCount, launchCount + 1);
     Q_EMIT didFinishLaunching();
 }
 
@@ -186,7 +186,7 @@ void TQController::applicationWillBecomeActive()
 
 void TQController::applicationDidBecomeActive()
 {
-    if (_defaults.boolean(QStringLiteral("showOnBecomeActive")) && !mainWindowIsVisible())
+    if (_defaults.value(Key::ShowOnBecomeActive) && !mainWindowIsVisible())
         applicationOpenUntitledFile();
     _didBecomeActiveDate = QDateTime::currentDateTimeUtc();
 }
@@ -194,7 +194,7 @@ void TQController::applicationDidBecomeActive()
 void TQController::applicationWillResignActive()
 {
     implicitHideMainWindow();
-    if (_defaults.boolean(QStringLiteral("hideOnResignActive")) && mainWindowIsVisible()) {
+    if (_defaults.value(Key::HideOnResignActive) && mainWindowIsVisible()) {
         QApplication::beep();
         hideMainWindow();
     }
@@ -234,8 +234,8 @@ void TQController::openFiles(const QStringList &files)
 
 void TQController::rescanAllApps(bool fromMenu)
 {
-    qint64 group = _defaults.integer(QStringLiteral("groupToShowWhenWindowOpens"));
-    if (group == -1) group = _defaults.integer(QStringLiteral("groupShownWhenWindowClosed"));
+    qint64 group = _defaults.value(Key::GroupToShowWhenWindowOpens);
+    if (group == -1) group = _defaults.value(Key::GroupShownWhenWindowClosed);
     if (group == -1) group = TQAppManager::Included;
     if (fromMenu) _catalogue.clearIconsForAllApps();
     _catalogue.rescanAllAppsPrioritizingGroup(static_cast<int>(group));
@@ -245,8 +245,7 @@ void TQController::showProgressStep(int step, int count)
 {
     const auto progress = desktop().launcherProgress;
     if (!progress) return;
-    if (count == 0 || _defaults.boolean(QStringLiteral("showIconInDock")))
-        progress->showProgress(step, count);
+    if (count == 0 || _defaults.value(Key::ShowIconInDock)) progress->showProgress(step, count);
 }
 
 void TQController::applicationWillTerminate()

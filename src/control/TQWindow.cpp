@@ -3,11 +3,11 @@
 #include "catalogue/TQAppManager.h"
 #include "control/PanelGeometry.h"
 #include "control/TQBkgndView.h"
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
 #include "extras/Timing.h"
 #include "platform/Desktop.h"
 #include "platform/WindowHints.h"
+#include "settings/Defaults.h"
 #include "window/PanelColours.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
@@ -112,9 +112,9 @@ private:
 TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints)
 {
-    _isNonActivating = _defaults.boolean(QStringLiteral("nonActivatingPanel"));
-    _showInTaskbar = _defaults.boolean(QStringLiteral("showIconInDock"));
-    _useAnimation = _defaults.boolean(QStringLiteral("animateWindowResizing"));
+    _isNonActivating = _defaults.value(Key::NonActivatingPanel);
+    _showInTaskbar = _defaults.value(Key::ShowIconInDock);
+    _useAnimation = _defaults.value(Key::AnimateWindowResizing);
 
     Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint;
     // A non-activating panel floats above the other windows.
@@ -191,18 +191,15 @@ TQWindow::~TQWindow() = default;
 
 void TQWindow::defaultsChanged(const QString &key)
 {
-    if (key == QLatin1String("windowAlpha") || key == QLatin1String("windowColor") ||
-        key == QLatin1String("windowBorderColor") || key == QLatin1String("drawWindowBorder"))
+    if (PanelColours::dependsOn(key))
         updateColors();
-    else if (key == QLatin1String("animateWindowResizing"))
+    else if (Key::AnimateWindowResizing.is(key))
         _useAnimation = _defaults.boolean(key);
 }
 
 void TQWindow::updateColors()
 {
-    const bool black =
-        PanelColours::wantsBlackButtons(_defaults.real(QStringLiteral("windowAlpha")),
-                                        _defaults.color(QStringLiteral("windowColor")));
+    const bool black = PanelColours::fromDefaults(_defaults).wantsBlackButtons();
     static_cast<PanelButton *>(_closeButton)->setBlack(black);
     static_cast<PanelButton *>(_prefsButton)->setBlack(black);
     _background->updateColors();
@@ -285,9 +282,8 @@ void TQWindow::show()
         centerExactlyOn(screen);
         _iconView->setMaxIconViewSize(maxIconViewSize());
     }
-    const int group =
-        panel::groupToShowOnOpen(_defaults.integer(QStringLiteral("groupToShowWhenWindowOpens")),
-                                 _defaults.integer(QStringLiteral("groupShownWhenWindowClosed")));
+    const int group = panel::groupToShowOnOpen(_defaults.value(Key::GroupToShowWhenWindowOpens),
+                                               _defaults.value(Key::GroupShownWhenWindowClosed));
     _iconView->setGroupToShow(group);
     _statsControl->selectButtonForGroup(_iconView->groupShown());
     if (needsCentring) centerExactlyOn(screen); // the group may have changed the panel's size
@@ -300,8 +296,7 @@ void TQWindow::show()
 
 void TQWindow::hide()
 {
-    _defaults.setValue(QStringLiteral("groupShownWhenWindowClosed"),
-                       qint64(_iconView->groupToShow()));
+    _defaults.setValue(Key::GroupShownWhenWindowClosed, qint64(_iconView->groupToShow()));
     _defaults.synchronize();
     fadeOutOver(panel::kFadeDuration);
     _movedFrame = QRect();

@@ -1,19 +1,45 @@
 #include "window/PanelColours.h"
 
-#include "extras/Defaults.h"
+#include "settings/Defaults.h"
+
+#include <algorithm>
 
 namespace kelp {
+namespace {
+
+QColor orElse(const QColor &colour, Qt::GlobalColor fallback)
+{
+    return colour.isValid() ? colour : QColor(fallback);
+}
+
+} // namespace
 
 PanelColours PanelColours::fromDefaults(const Defaults &defaults)
 {
     PanelColours c;
-    c.winAlpha = defaults.real(QStringLiteral("windowAlpha"));
-    c.bgColor = defaults.color(QStringLiteral("windowColor"));
-    if (!c.bgColor.isValid()) c.bgColor = Qt::black;
-    c.bgColor.setAlphaF(1.0);
-    // On a clear panel the text stands on whatever lies behind it; black is the safer choice.
-    c.fgColor = c.winAlpha < 0.01 ? QColor(Qt::black) : contrastingBlackOrWhite(c.bgColor);
+    c.alpha = std::clamp(defaults.value(Key::WindowAlpha), 0.0, 1.0);
+    c.window = orElse(defaults.value(Key::WindowColour), Qt::black);
+    c.tint = c.window;
+    c.tint.setAlphaF(1.0);
+    c.text = c.isClear() ? QColor(Qt::black) : contrastingBlackOrWhite(c.tint);
+    c.border = orElse(defaults.value(Key::WindowBorderColour), Qt::white);
+    c.drawBorder = defaults.value(Key::DrawWindowBorder);
+    c.highlight = orElse(defaults.value(Key::IconHighlightColour), Qt::red);
+    c.drawFilledHighlight = defaults.value(Key::DrawFilledIconHighlight);
+    c.drawStrokedHighlight = defaults.value(Key::DrawStrokedIconHighlight);
+    c.excludedIconAlpha = defaults.value(Key::ExcludedIconAlpha);
     return c;
+}
+
+bool PanelColours::dependsOn(const QString &key)
+{
+    for (const auto &setting :
+         {Key::WindowColour, Key::WindowBorderColour, Key::IconHighlightColour})
+        if (setting.is(key)) return true;
+    for (const auto &setting :
+         {Key::DrawWindowBorder, Key::DrawFilledIconHighlight, Key::DrawStrokedIconHighlight})
+        if (setting.is(key)) return true;
+    return Key::WindowAlpha.is(key) || Key::ExcludedIconAlpha.is(key);
 }
 
 QColor PanelColours::contrastingBlackOrWhite(const QColor &colour)
@@ -23,9 +49,9 @@ QColor PanelColours::contrastingBlackOrWhite(const QColor &colour)
     return luminance > 0.5 ? QColor(Qt::black) : QColor(Qt::white);
 }
 
-bool PanelColours::wantsBlackButtons(double winAlpha, const QColor &windowColor)
+bool PanelColours::wantsBlackButtons(double alpha, const QColor &windowColour)
 {
-    return winAlpha < 0.01 || windowColor.toHsv().valueF() > 0.73;
+    return alpha < 0.01 || windowColour.toHsv().valueF() > 0.73;
 }
 
 } // namespace kelp

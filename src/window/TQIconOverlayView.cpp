@@ -1,7 +1,7 @@
 #include "window/TQIconOverlayView.h"
 
 #include "catalogue/TQApp.h"
-#include "extras/Defaults.h"
+#include "settings/Defaults.h"
 
 #include <QCoreApplication>
 #include <QFontMetricsF>
@@ -57,10 +57,10 @@ TQIconOverlayView::TQIconOverlayView(Defaults &defaults, QWidget *parent)
     connect(&_labelTimer, &QTimer::timeout, this, &TQIconOverlayView::labelTimerFired);
 
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
-        if (key == QLatin1String("windowAlpha") || key == QLatin1String("windowColor"))
+        if (PanelColours::dependsOn(key))
             updateColors();
-        else if (key == QLatin1String("groupOrientation") || key == QLatin1String("tabletMode") ||
-                 key == QLatin1String("tabletHandedness"))
+        else if (Key::GroupOrientation.is(key) || Key::TabletMode.is(key) ||
+                 Key::TabletHandedness.is(key))
             readLayoutSettings();
     });
     _colours = PanelColours::fromDefaults(_defaults);
@@ -71,9 +71,9 @@ TQIconOverlayView::~TQIconOverlayView() = default;
 
 void TQIconOverlayView::readLayoutSettings()
 {
-    _groupOrientation = int(_defaults.integer(QStringLiteral("groupOrientation")));
-    _tabletMode = _defaults.boolean(QStringLiteral("tabletMode"));
-    _tabletHandedness = int(_defaults.integer(QStringLiteral("tabletHandedness")));
+    _groupOrientation = int(_defaults.value(Key::GroupOrientation));
+    _tabletMode = _defaults.value(Key::TabletMode);
+    _tabletHandedness = int(_defaults.value(Key::TabletHandedness));
     update();
 }
 
@@ -171,13 +171,13 @@ void TQIconOverlayView::drawFilterString(QPainter &p)
     if (box.isEmpty()) return;
     p.save();
     p.setOpacity(_fadeOpacity);
-    QColor bg = _colours.bgColor;
+    QColor bg = _colours.tint;
     bg.setAlphaF(0.25);
     QPainterPath path;
     path.addRoundedRect(box, kFilterBoxRadius, kFilterBoxRadius);
     p.fillPath(path, bg);
     p.setFont(_keyFont);
-    p.setPen(_colours.fgColor);
+    p.setPen(_colours.text);
     p.drawText(pixelAligned(box.adjusted(kFilterInset, kFilterInset, -kFilterInset, -kFilterInset)),
                Qt::AlignCenter, displayedFilterText());
     p.restore();
@@ -349,15 +349,14 @@ void TQIconOverlayView::drawLabel(QPainter &p)
     const QRectF box = labelBox();
     if (text.isEmpty() || box.isEmpty()) return;
     const bool oneLine = !text.contains(u'\n');
-    QColor bg = _colours.bgColor;
+    QColor bg = _colours.tint;
     bg.setAlphaF(0.8);
     QPainterPath path;
     const double radius = oneLine ? box.height() / 2 : kLabelPadding;
     path.addRoundedRect(box, radius, radius);
     p.fillPath(path, bg);
     p.setFont(_mediumFont);
-    p.setPen(_colours.winAlpha < 0.01 ? PanelColours::contrastingBlackOrWhite(bg)
-                                      : _colours.fgColor);
+    p.setPen(_colours.isClear() ? PanelColours::contrastingBlackOrWhite(bg) : _colours.text);
     if (oneLine)
         p.drawText(box, Qt::AlignCenter | Qt::TextDontClip, text);
     else

@@ -1,9 +1,9 @@
 #include "window/TQIconView.h"
 
 #include "catalogue/TQAppManager.h"
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
+#include "settings/Defaults.h"
 
 #include <QApplication>
 #include <QCoreApplication>
@@ -33,28 +33,16 @@ constexpr double kSwipeGap = 0.15;       // seconds between wheel events that en
 constexpr double kSwipeThreshold = 10.0; // sideways wheel distance that switches a group
 constexpr double kWheelNotch = 120.0;    // Qt's angle delta of one wheel step
 
-const QStringList kLayoutKeys = {
-    QStringLiteral("groupOrientation"),   QStringLiteral("iconReadingOrder"),
-    QStringLiteral("minimizeEmptyCells"), QStringLiteral("maximumIconSize"),
-    QStringLiteral("iconPadding"),        QStringLiteral("iconSpacing")};
-const QStringList kColourKeys = {QStringLiteral("windowAlpha"),
-                                 QStringLiteral("windowColor"),
-                                 QStringLiteral("excludedIconAlpha"),
-                                 QStringLiteral("drawFilledIconHighlight"),
-                                 QStringLiteral("drawStrokedIconHighlight"),
-                                 QStringLiteral("iconHighlightColor")};
+bool isLayoutKey(const QString &key)
+{
+    return Key::GroupOrientation.is(key) || Key::IconReadingOrder.is(key) ||
+           Key::MinimizeEmptyCells.is(key) || Key::MaximumIconSize.is(key) ||
+           Key::IconPadding.is(key) || Key::IconSpacing.is(key);
+}
 
 int clampToInt(qint64 v)
 {
     return static_cast<int>(std::clamp<qint64>(v, -1000000, 1000000));
-}
-
-// Black or white, whichever reads better on the colour.
-QColor contrastingBlackOrWhite(const QColor &c)
-{
-    const QColor rgb = c.toRgb();
-    const double luminance = 0.299 * rgb.redF() + 0.587 * rgb.greenF() + 0.114 * rgb.blueF();
-    return luminance > 0.5 ? QColor(Qt::black) : QColor(Qt::white);
 }
 
 // The key's character with the modifiers ignored, as the filter and the Ctrl keys see it:
@@ -211,12 +199,12 @@ TQIconView::~TQIconView() = default;
 void TQIconView::readLayoutSettings()
 {
     GridSettings s;
-    s.groupOrientation = clampToInt(_defaults.integer(QStringLiteral("groupOrientation")));
-    s.iconReadingOrder = clampToInt(_defaults.integer(QStringLiteral("iconReadingOrder")));
-    s.minimizeEmptyCells = _defaults.boolean(QStringLiteral("minimizeEmptyCells"));
-    s.maximumIconSize = clampToInt(_defaults.integer(QStringLiteral("maximumIconSize")));
-    s.iconPadding = clampToInt(_defaults.integer(QStringLiteral("iconPadding")));
-    s.iconSpacing = clampToInt(_defaults.integer(QStringLiteral("iconSpacing")));
+    s.groupOrientation = clampToInt(_defaults.value(Key::GroupOrientation));
+    s.iconReadingOrder = clampToInt(_defaults.value(Key::IconReadingOrder));
+    s.minimizeEmptyCells = _defaults.value(Key::MinimizeEmptyCells);
+    s.maximumIconSize = clampToInt(_defaults.value(Key::MaximumIconSize));
+    s.iconPadding = clampToInt(_defaults.value(Key::IconPadding));
+    s.iconSpacing = clampToInt(_defaults.value(Key::IconSpacing));
     if (s.maximumIconSize < 1)
         qCWarning(lcWindow) << "maximumIconSize" << s.maximumIconSize << "is used as 1";
     _layout.setSettings(s);
@@ -230,23 +218,15 @@ void TQIconView::updateLayout()
 
 void TQIconView::updateColors()
 {
-    _excludedOpacity = _defaults.real(QStringLiteral("excludedIconAlpha"));
-    _drawFilledIconHighlight = _defaults.boolean(QStringLiteral("drawFilledIconHighlight"));
-    _drawStrokedIconHighlight = _defaults.boolean(QStringLiteral("drawStrokedIconHighlight"));
-    _winAlpha = _defaults.real(QStringLiteral("windowAlpha"));
-    _iconHighlightColor = _defaults.color(QStringLiteral("iconHighlightColor"));
-    _winColor = _defaults.color(QStringLiteral("windowColor"));
-    if (!_iconHighlightColor.isValid()) _iconHighlightColor = QColor(Qt::red);
-    if (!_winColor.isValid()) _winColor = QColor(Qt::black);
-    _textColor = _winAlpha < 0.01 ? QColor(Qt::black) : contrastingBlackOrWhite(_winColor);
+    _colours = PanelColours::fromDefaults(_defaults);
     update();
 }
 
 void TQIconView::defaultsChanged(const QString &key)
 {
-    if (kLayoutKeys.contains(key))
+    if (isLayoutKey(key))
         updateLayout();
-    else if (kColourKeys.contains(key))
+    else if (PanelColours::dependsOn(key))
         updateColors();
 }
 
@@ -285,7 +265,7 @@ void TQIconView::setGroupToShow(int group)
     }
     if (groupToShowConsideringModifiers(group) == _groupShown) return;
     _groupToShow = group;
-    _defaults.setValue(QStringLiteral("groupShownWhenWindowClosed"), qint64(group));
+    _defaults.setValue(Key::GroupShownWhenWindowClosed, qint64(group));
     reset();
     sendFilterSubstringNotification();
     resizeViewForced(false);
@@ -609,7 +589,7 @@ bool TQIconView::performKeyEquivalent(QKeyEvent *event)
             return true;
         }
         if (c == U'`') {
-            if (_defaults.integer(QStringLiteral("groupContentsSortOrder")) == 2) {
+            if (_defaults.value(Key::GroupContentsSortOrder) == 2) {
                 _showIconSpectrums = !_showIconSpectrums;
                 update();
             }
@@ -799,7 +779,7 @@ void TQIconView::scrollVertically(double dy)
     if (std::abs(_scrollAccumulatorY) < 1.0) return;
     bool up = _scrollAccumulatorY > 0;
     _scrollAccumulatorY = 0;
-    if (_defaults.boolean(QStringLiteral("reverseScrollWheel"))) up = !up;
+    if (_defaults.value(Key::ReverseScrollWheel)) up = !up;
 
     if (_filterSubstring.isEmpty()) {
         _filterSubstring = up ? QStringLiteral("z") : QStringLiteral("a");
@@ -896,7 +876,7 @@ std::unique_ptr<QMenu> TQIconView::contextualMenu()
     }
     menu->addSeparator();
     menu->addAction(tr("Show in File Manager"), this, &TQIconView::showAppInFinder);
-    const QString remover = _defaults.string(QStringLiteral("appRemoverName"));
+    const QString remover = _defaults.value(Key::AppRemoverName);
     if (!remover.isEmpty() && g != TQAppManager::Running) {
         menu->addSeparator();
         menu->addAction(tr("Send to %1").arg(remover), this, &TQIconView::sendAppForDeletion);
@@ -964,8 +944,8 @@ void TQIconView::sendAppForDeletion()
 {
     const TQAppPtr app = selectedApp();
     if (!app) return;
-    const QString removerId = _defaults.string(QStringLiteral("appRemoverBundleIdentifier"));
-    const QString removerName = _defaults.string(QStringLiteral("appRemoverName"));
+    const QString removerId = _defaults.value(Key::AppRemoverBundleIdentifier);
+    const QString removerName = _defaults.value(Key::AppRemoverName);
     QString desktopFile = removerId;
     if (!desktopFile.isEmpty() && !desktopFile.endsWith(QLatin1String(".desktop")))
         desktopFile += QLatin1String(".desktop");
@@ -1160,15 +1140,15 @@ void TQIconView::paintEvent(QPaintEvent *event)
     painter.setRenderHint(QPainter::SmoothPixmapTransform, _smoothImages);
     painter.setRenderHint(QPainter::Antialiasing, true);
 
-    QColor tint = _winColor;
-    tint.setAlphaF(static_cast<float>(std::clamp(_winAlpha * 0.3, 0.0, 1.0)));
+    QColor tint = _colours.window;
+    tint.setAlphaF(static_cast<float>(_colours.alpha * 0.3));
     painter.fillRect(rect(), tint);
 
     if (_isBusyScanning) {
         QFont small = font();
         small.setPointSizeF(std::max(7.0, small.pointSizeF() * 0.85));
         painter.setFont(small);
-        painter.setPen(_textColor);
+        painter.setPen(_colours.text);
         const QFontMetricsF fm(small);
         // Baselines at half the height and 16 points below it.
         const double h = height();
@@ -1210,8 +1190,8 @@ void TQIconView::drawCell(QPainter &painter, std::uint64_t row, std::uint64_t co
 {
     const IconGridLayout::CellInfo &info = _layout.cellAt(row, col);
     const TQAppPtr app = appOfCell(info);
-    const double alpha = isOpaque(row, col) ? 1.0 : _excludedOpacity;
-    QColor k = (app && isRunning(app)) ? _iconHighlightColor : _textColor;
+    const double alpha = isOpaque(row, col) ? 1.0 : _colours.excludedIconAlpha;
+    QColor k = (app && isRunning(app)) ? _colours.highlight : _colours.text;
     k.setAlphaF(static_cast<float>(alpha));
 
     const double pad = _layout.cellPaddingForIconWidth(_layout.iconWidth());
@@ -1244,15 +1224,15 @@ void TQIconView::drawCell(QPainter &painter, std::uint64_t row, std::uint64_t co
 
     if (isHighlighted(row, col)) {
         painter.save();
-        if (_drawFilledIconHighlight && _drawStrokedIconHighlight) {
+        if (_colours.drawFilledHighlight && _colours.drawStrokedHighlight) {
             painter.setPen(Qt::NoPen);
             painter.setBrush(k);
             painter.drawRoundedRect(c, 4.0, 4.0);
-        } else if (_drawFilledIconHighlight) {
+        } else if (_colours.drawFilledHighlight) {
             painter.setPen(Qt::NoPen);
             painter.setBrush(k);
             painter.drawRoundedRect(c.adjusted(1, 1, -1, -1), 3.0, 3.0);
-        } else if (_drawStrokedIconHighlight) {
+        } else if (_colours.drawStrokedHighlight) {
             painter.setPen(QPen(k, 2.0));
             painter.setBrush(Qt::NoBrush);
             painter.drawRoundedRect(c.adjusted(1, 1, -1, -1), 3.0, 3.0);
@@ -1260,7 +1240,7 @@ void TQIconView::drawCell(QPainter &painter, std::uint64_t row, std::uint64_t co
         painter.restore();
     }
     if (decorated) {
-        QColor m = _textColor;
+        QColor m = _colours.text;
         m.setAlphaF(static_cast<float>(alpha));
         painter.fillPath(triangleInRect(marker, markerEdge), m);
     }
@@ -1275,8 +1255,8 @@ void TQIconView::drawCell(QPainter &painter, std::uint64_t row, std::uint64_t co
 
 void TQIconView::drawBunchSeparators(QPainter &painter)
 {
-    QColor colour = _textColor;
-    colour.setAlphaF(_winAlpha < 0.01 ? 0.0f : static_cast<float>(_winAlpha * 0.5));
+    QColor colour = _colours.text;
+    colour.setAlphaF(_colours.isClear() ? 0.0f : static_cast<float>(_colours.alpha * 0.5));
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(QPen(colour, 1.0, Qt::SolidLine, Qt::FlatCap));
@@ -1347,7 +1327,7 @@ void TQIconView::drawBunchEndMarker(QPainter &painter)
     }
     if (edge < 0) return;
     const QRectF area = bunches[c.bunch].intersected(_layout.marginRects()[c.margin]);
-    if (!area.isEmpty()) painter.fillPath(triangleInRect(area, edge), _textColor);
+    if (!area.isEmpty()) painter.fillPath(triangleInRect(area, edge), _colours.text);
 }
 
 } // namespace kelp

@@ -17,6 +17,7 @@
 // is Alt. There is no function key on PC keyboards; it reads as never held.
 #include "catalogue/TQApp.h"
 #include "window/IconGridLayout.h"
+#include "window/PanelColours.h"
 
 #include <QColor>
 #include <QElapsedTimer>
@@ -94,7 +95,7 @@ public:
     bool isBusyScanning() const { return _isBusyScanning; }
     QString scanningStep() const { return _scanningStep; }
     QString scanningLabel() const { return _scanningLabel; }
-    QColor textColor() const { return _textColor; }
+    QColor textColor() const { return _colours.text; }
 
     // --- Events forwarded by the panel ----------------------------------------------------------
     // Typed filter letters, Return/Enter, Backspace, and the Ctrl (Command) keys. True if handled.
@@ -222,13 +223,7 @@ private:
     QPointF _mouseDownPoint;
 
     // Drawing state.
-    double _excludedOpacity = 0.15;
-    bool _drawFilledIconHighlight = true;
-    bool _drawStrokedIconHighlight = false;
-    double _winAlpha = 0.85;
-    QColor _iconHighlightColor;
-    QColor _winColor;
-    QColor _textColor;
+    PanelColours _colours;
     bool _smoothImages = true;
     bool _showIconSpectrums = false;
     bool _isBusyScanning = false;

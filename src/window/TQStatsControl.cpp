@@ -1,8 +1,8 @@
 #include "window/TQStatsControl.h"
 
 #include "catalogue/TQAppManager.h"
-#include "extras/Defaults.h"
 #include "extras/Logging.h"
+#include "settings/Defaults.h"
 
 #include <QCoreApplication>
 #include <QDragEnterEvent>
@@ -84,8 +84,7 @@ TQStatsControl::TQStatsControl(TQAppManager &catalogue, Defaults &defaults, QWid
                         &TQAppManager::runningAppsChanged})
         connect(&_catalogue, signal, this, &TQStatsControl::refreshCounts);
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
-        if (key == QLatin1String("windowAlpha") || key == QLatin1String("windowColor"))
-            updateColors();
+        if (PanelColours::dependsOn(key)) updateColors();
     });
     if (parent) parent->installEventFilter(this);
 
@@ -417,12 +416,12 @@ void TQStatsControl::paintEvent(QPaintEvent *)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.setPen(Qt::NoPen);
-    const double winAlpha = _colours.winAlpha;
+    const double winAlpha = _colours.alpha;
     const bool clear = winAlpha < 0.01;
 
     const QPainterPath frame = capsule(QRectF(_usedFrame));
     p.setClipPath(frame);
-    QColor bg = _colours.bgColor;
+    QColor bg = _colours.tint;
     bg.setAlphaF(clear ? 0.0 : std::clamp(winAlpha * 0.5, 0.0, 1.0));
     p.fillPath(frame, bg);
 
@@ -437,11 +436,11 @@ void TQStatsControl::paintEvent(QPaintEvent *)
         else if (b.state == 1)
             fill = clear ? 0.3 : winAlpha * 0.5;
         if (fill > 0.0) {
-            QColor fg = _colours.fgColor;
+            QColor fg = _colours.text;
             fg.setAlphaF(std::clamp(fill, 0.0, 1.0));
             p.fillPath(capsule(b.rect), fg);
         }
-        p.setPen(_colours.fgColor);
+        p.setPen(_colours.text);
         p.drawText(b.rect, Qt::AlignCenter, b.label);
         p.setPen(Qt::NoPen);
     }

@@ -2,9 +2,9 @@
 // A catalogue over a private temporary home: its settings, data and cache folders all live in a
 // temporary directory, so tests never see or touch the user's own files.
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
 #include "extras/Plist.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include "support/TestSupport.h"
 

@@ -1,5 +1,5 @@
 // The settings store: change announcements, conversions, the file on disk and its failures.
-#include "extras/Defaults.h"
+#include "settings/Defaults.h"
 #include "extras/Plist.h"
 #include "support/TestSupport.h"
 

@@ -1,8 +1,9 @@
-// Kelp's registered defaults and the move of the old folder list.
-#include "control/RegisteredDefaults.h"
-#include "extras/Defaults.h"
+// The settings table: registered defaults, typed reads, and the move of the old folder list.
+#include "settings/RegisteredDefaults.h"
+#include "settings/Defaults.h"
 
 #include <QDir>
+#include <QSet>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <utility>
 
 using kelp::Defaults;
+namespace Key = kelp::Key;
 
 namespace {
 
@@ -46,74 +48,6 @@ private:
     QList<std::pair<const char *, QByteArray>> saved;
 };
 
-QVariant color(double r, double g, double b, double a)
-{
-    return QVariantList{r, g, b, a};
-}
-
-// Every registered setting with its type and value, written out from the settings tables.
-const QList<std::pair<QString, QVariant>> &expectedDefaults()
-{
-    static const QList<std::pair<QString, QVariant>> table{
-        // Application controller
-        {QStringLiteral("hotKeyCode"), qint64(48)},
-        {QStringLiteral("hotKeyModifiers"), qint64(4096)},
-        {QStringLiteral("startAtLogin"), false},
-        {QStringLiteral("showAppInStatusBar"), true},
-        {QStringLiteral("statusBarTogglesWindow"), true},
-        {QStringLiteral("showIconInDock"), true},
-        {QStringLiteral("showOnBecomeActive"), false},
-        {QStringLiteral("hideOnResignActive"), false},
-        {QStringLiteral("nonActivatingPanel"), false},
-        {QStringLiteral("tabletMode"), false},
-        {QStringLiteral("tabletHandedness"), qint64(1)},
-        {QStringLiteral("showNoMouseAccessWarning"), true},
-        {QStringLiteral("showNoUIAccessWarning"), true},
-        {QStringLiteral("cursorHotSpotLocation"), qint64(0)},
-        {QStringLiteral("highlightHotSpots"), false},
-        {QStringLiteral("cursorHotSpotDelay"), 0.35},
-        {QStringLiteral("ignoreCursorHotSpotDelayOnHide"), true},
-        {QStringLiteral("groupToShowWhenWindowOpens"), qint64(1)},
-        {QStringLiteral("groupShownWhenWindowClosed"), qint64(-1)},
-        {QStringLiteral("showWindowAtLaunch"), true},
-        {QStringLiteral("appRemoverBundleIdentifier"), QString()},
-        {QStringLiteral("appRemoverName"), QStringLiteral("AppCleaner")},
-        // Catalogue
-        {QStringLiteral("groupContentsSortOrder"), qint64(1)},
-        {QStringLiteral("colorSortGrayThreshold"), 0.05},
-        {QStringLiteral("colorSortWrapHue"), 0.0},
-        {QStringLiteral("colorSortMinSaturation"), 0.14},
-        {QStringLiteral("colorSortMinLuminosity"), 0.02},
-        {QStringLiteral("colorSortGraysBySecondaryColor"), false},
-        {QStringLiteral("excludeArray"), QVariantList()},
-        {QStringLiteral("maxFolderRecursionDepth"), qint64(4)},
-        {QStringLiteral("sortRunningByLaunchOrder"), true},
-        {QStringLiteral("iconThemeName"), QString()},
-        // Icon view
-        {QStringLiteral("groupOrientation"), qint64(2)},
-        {QStringLiteral("iconReadingOrder"), qint64(1)},
-        {QStringLiteral("maximumIconSize"), qint64(64)},
-        {QStringLiteral("iconPadding"), qint64(2)},
-        {QStringLiteral("iconSpacing"), qint64(0)},
-        {QStringLiteral("excludedIconAlpha"), 0.15},
-        {QStringLiteral("drawFilledIconHighlight"), true},
-        {QStringLiteral("drawStrokedIconHighlight"), false},
-        {QStringLiteral("iconHighlightColor"), color(1, 0, 0, 1)},
-        {QStringLiteral("reverseScrollWheel"), false},
-        {QStringLiteral("minimizeEmptyCells"), false},
-        // Panel
-        {QStringLiteral("windowAlpha"), 0.85},
-        {QStringLiteral("windowColor"), color(0, 0, 0, 1)},
-        {QStringLiteral("windowBorderColor"), color(1, 1, 1, 1)},
-        {QStringLiteral("drawWindowBorder"), false},
-        {QStringLiteral("animateWindowResizing"), false},
-        // Welcome assistant
-        {QStringLiteral("showWelcomeWindow"), true},
-        {QStringLiteral("lastShownWelcomeStep"), qint64(0)},
-    };
-    return table;
-}
-
 QVariantList pathRecords(const QStringList &paths)
 {
     QVariantList records;
@@ -122,28 +56,41 @@ QVariantList pathRecords(const QStringList &paths)
     return records;
 }
 
-TEST(RegisteredDefaults, AFreshStoreReadsEveryDefault)
+TEST(RegisteredDefaults, AFreshStoreReadsEveryDefaultOfItsOwnType)
 {
     DesktopFolders folders;
     QTemporaryDir dir;
     Defaults store(dir.path() + QStringLiteral("/Kelp.plist"));
     kelp::registerAllDefaults(store);
 
-    for (const auto &[key, expected] : expectedDefaults()) {
-        const QVariant actual = store.value(key);
-        EXPECT_EQ(actual.typeId(), expected.typeId()) << qPrintable(key);
-        EXPECT_EQ(actual, expected) << qPrintable(key);
+    qsizetype registered = 0;
+    for (const kelp::SettingInfo &info : kelp::allSettings()) {
+        const QString key(info.name);
         EXPECT_FALSE(store.hasStoredValue(key)) << qPrintable(key);
+        if (info.owner == kelp::SettingOwner::Program) {
+            EXPECT_FALSE(store.value(key).isValid()) << qPrintable(key) << " is never registered";
+            continue;
+        }
+        ++registered;
+        const QVariant value = store.value(key);
+        EXPECT_EQ(value, kelp::settingDefault(info.id)) << qPrintable(key);
+        const QMetaType stored = info.type == QMetaType::fromType<QColor>()
+                                     ? QMetaType::fromType<QVariantList>()
+                                     : info.type;
+        EXPECT_EQ(value.metaType(), stored) << qPrintable(key);
     }
-    EXPECT_EQ(store.integer(QStringLiteral("groupToShowWhenWindowOpens")), 1);
-    EXPECT_EQ(store.integer(QStringLiteral("groupShownWhenWindowClosed")), -1);
-    EXPECT_EQ(store.color(QStringLiteral("iconHighlightColor")), QColor(Qt::red));
-    EXPECT_EQ(store.color(QStringLiteral("windowColor")), QColor(Qt::black));
-    EXPECT_EQ(store.color(QStringLiteral("windowBorderColor")), QColor(Qt::white));
-    EXPECT_FALSE(store.value(QStringLiteral("applicationLaunchCount")).isValid())
-        << "stored by the program, never registered";
-    EXPECT_EQ(store.registeredDefaults().size(), expectedDefaults().size() + 1)
-        << "the tables plus searchDirectories, nothing else";
+    EXPECT_EQ(store.registeredDefaults().size(), registered) << "nothing outside the table";
+
+    // The values a fresh store must give, whatever the table says.
+    EXPECT_EQ(store.value(Key::GroupToShowWhenWindowOpens), 1);
+    EXPECT_EQ(store.value(Key::GroupShownWhenWindowClosed), -1);
+    EXPECT_EQ(store.value(Key::HotKeyModifiers), 4096);
+    EXPECT_DOUBLE_EQ(store.value(Key::CursorHotSpotDelay), 0.35);
+    EXPECT_EQ(store.value(Key::IconHighlightColour), QColor(Qt::red));
+    EXPECT_EQ(store.value(Key::WindowColour), QColor(Qt::black));
+    EXPECT_EQ(store.value(Key::WindowBorderColour), QColor(Qt::white));
+    EXPECT_EQ(store.value(Key::ApplicationLaunchCount), 0);
+    EXPECT_FALSE(store.value(Key::LastCrashCheckTime).isValid());
 }
 
 TEST(RegisteredDefaults, SearchFoldersAreTheDesktopApplicationFoldersWithATilde)
@@ -154,8 +101,7 @@ TEST(RegisteredDefaults, SearchFoldersAreTheDesktopApplicationFoldersWithATilde)
         QStringLiteral("/opt/kelp-test/share/applications"),
         QStringLiteral("/usr/share/applications"),
     });
-    EXPECT_EQ(kelp::arrayControllerDefaults().value(QStringLiteral("searchDirectories")),
-              QVariant(expected));
+    EXPECT_EQ(kelp::settingDefault(kelp::SettingId::SearchDirectories), QVariant(expected));
 }
 
 TEST(RegisteredDefaults, TheOldFolderListIsMovedOnceAndRemoved)
@@ -167,30 +113,66 @@ TEST(RegisteredDefaults, TheOldFolderListIsMovedOnceAndRemoved)
         pathRecords({QStringLiteral("/opt/apps"), QStringLiteral("~/Apps")});
     {
         Defaults store(file);
-        store.setValue(QStringLiteral("scanDirectories"),
-                       QStringList{QStringLiteral("/opt/apps"), QStringLiteral("~/Apps")});
+        store.setValue(Key::ScanDirectories,
+                       QVariantList{QStringLiteral("/opt/apps"), QStringLiteral("~/Apps")});
         kelp::registerAllDefaults(store);
-        EXPECT_EQ(store.value(QStringLiteral("searchDirectories")), QVariant(migrated));
+        EXPECT_EQ(store.value(Key::SearchDirectories), migrated);
         EXPECT_FALSE(store.hasStoredValue(QStringLiteral("scanDirectories")));
 
         // The folders edited afterwards are not overwritten by a second run.
-        store.setValue(QStringLiteral("searchDirectories"), pathRecords({QStringLiteral("/x")}));
+        store.setValue(Key::SearchDirectories, pathRecords({QStringLiteral("/x")}));
         EXPECT_FALSE(kelp::migrateScanDirectories(store));
-        EXPECT_EQ(store.value(QStringLiteral("searchDirectories")),
-                  QVariant(pathRecords({QStringLiteral("/x")})));
+        EXPECT_EQ(store.value(Key::SearchDirectories), pathRecords({QStringLiteral("/x")}));
         ASSERT_TRUE(store.synchronize());
     }
     Defaults again(file);
     kelp::registerAllDefaults(again);
     EXPECT_FALSE(again.hasStoredValue(QStringLiteral("scanDirectories")));
-    EXPECT_EQ(again.value(QStringLiteral("searchDirectories")),
-              QVariant(pathRecords({QStringLiteral("/x")})));
+    EXPECT_EQ(again.value(Key::SearchDirectories), pathRecords({QStringLiteral("/x")}));
 
     // An empty old list is no list to move.
-    again.setValue(QStringLiteral("scanDirectories"), QVariantList());
+    again.setValue(Key::ScanDirectories, QVariantList());
     EXPECT_FALSE(kelp::migrateScanDirectories(again));
-    EXPECT_EQ(again.value(QStringLiteral("searchDirectories")),
-              QVariant(pathRecords({QStringLiteral("/x")})));
+    EXPECT_EQ(again.value(Key::SearchDirectories), pathRecords({QStringLiteral("/x")}));
+}
+
+TEST(TypedSettings, AValueOfTheWrongTypeReadsAsTheDefaultAndIsKept)
+{
+    DesktopFolders folders;
+    QTemporaryDir dir;
+    Defaults store(dir.path() + QStringLiteral("/Kelp.plist"));
+    kelp::registerAllDefaults(store);
+
+    store.setValue(QStringLiteral("maximumIconSize"), QStringLiteral("large"));
+    store.setValue(QStringLiteral("windowColor"), QStringLiteral("red"));
+    store.setValue(QStringLiteral("drawWindowBorder"), QVariantList{1});
+    store.setValue(QStringLiteral("appRemoverName"), QVariantMap{{QStringLiteral("a"), 1}});
+    EXPECT_EQ(store.value(Key::MaximumIconSize), 64);
+    EXPECT_EQ(store.value(Key::WindowColour), QColor(Qt::black));
+    EXPECT_FALSE(store.value(Key::DrawWindowBorder));
+    EXPECT_EQ(store.value(Key::AppRemoverName), QStringLiteral("AppCleaner"));
+    // What the user wrote stays in the file until Kelp itself stores something else.
+    EXPECT_EQ(store.value(QStringLiteral("maximumIconSize")), QStringLiteral("large"));
+
+    // Numbers, switches and text convert into each other as before.
+    store.setValue(QStringLiteral("maximumIconSize"), QStringLiteral("48 px"));
+    store.setValue(QStringLiteral("drawWindowBorder"), QStringLiteral("YES"));
+    store.setValue(QStringLiteral("windowAlpha"), true);
+    EXPECT_EQ(store.value(Key::MaximumIconSize), 48);
+    EXPECT_TRUE(store.value(Key::DrawWindowBorder));
+    EXPECT_DOUBLE_EQ(store.value(Key::WindowAlpha), 1.0);
+}
+
+TEST(TypedSettings, NamesAreUniqueAndFoundByName)
+{
+    QSet<QString> seen;
+    for (const kelp::SettingInfo &info : kelp::allSettings()) {
+        EXPECT_FALSE(seen.contains(QString(info.name))) << qPrintable(QString(info.name));
+        seen.insert(QString(info.name));
+        ASSERT_NE(kelp::settingNamed(QString(info.name)), nullptr);
+        EXPECT_EQ(kelp::settingNamed(QString(info.name))->id, info.id);
+    }
+    EXPECT_EQ(kelp::settingNamed(u"noSuchSetting"), nullptr);
 }
 
 } // namespace

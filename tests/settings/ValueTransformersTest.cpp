@@ -1,5 +1,5 @@
 // The value transformers behind the preferences controls.
-#include "control/ValueTransformers.h"
+#include "settings/ValueTransformers.h"
 #include "support/TestSupport.h"
 
 #include <QDate>

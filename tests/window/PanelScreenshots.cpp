@@ -4,13 +4,13 @@
 // installed icon themes (Papirus when present).
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
-#include "control/RegisteredDefaults.h"
 #include "control/TQWindow.h"
-#include "extras/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/DesktopServices.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/icons/FreedesktopIconSource.h"
+#include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
 

@@ -11,6 +11,13 @@
 // the registered defaults, with a log line. A file broken while Kelp runs is kept aside the same
 // way and rewritten from the values in memory. The store belongs to the thread that made it (the
 // GUI thread for standard()); without an application object it writes at once and does not watch.
+//
+// Kelp reads its settings through the typed keys of settings/Settings.h: value(Key::WindowAlpha) is
+// a double. A stored value of the wrong type (a string where a colour belongs) reads as the
+// default, with one log line per key. The string-keyed calls are for keys Kelp does not know
+// (they are kept and written back untouched) and for tools that take a key's name from the user.
+#include "settings/Settings.h"
+
 #include <QColor>
 #include <QObject>
 #include <QString>
@@ -58,6 +65,15 @@ public:
     QColor color(const QString &key) const;
     static QVariant colorValue(const QColor &color);
 
+    // The value of a setting, of the setting's own type.
+    template <typename T> T value(Setting<T> key) const;
+    // Stores a setting's value; remove() goes back to the default.
+    template <typename T> void setValue(Setting<T> key, const std::type_identity_t<T> &value)
+    {
+        setValue(QString(key.name()), storable(value));
+    }
+    template <typename T> void remove(Setting<T> key) { remove(QString(key.name())); }
+
     // Stores a value (an invalid QVariant removes the stored one). Emits changed() when the
     // effective value differs from before.
     void setValue(const QString &key, const QVariant &value);
@@ -73,8 +89,46 @@ Q_SIGNALS:
     void changed(const QString &key, const QVariant &oldValue, const QVariant &newValue);
 
 private:
+    // The effective value when it fits the setting's type, else the default (logged once per key).
+    QVariant fitting(SettingId id) const;
+    template <typename T> static QVariant storable(const T &value)
+    {
+        if constexpr (std::is_same_v<T, QColor>)
+            return colorValue(value);
+        else
+            return QVariant::fromValue(value);
+    }
+
     struct Private;
     Private *d;
 };
+
+// How stored values read as each type; a value that does not fit gives the type's zero.
+qint64 settingAsInteger(const QVariant &v);
+double settingAsReal(const QVariant &v);
+bool settingAsBool(const QVariant &v);
+QString settingAsString(const QVariant &v);
+QColor settingAsColour(const QVariant &v);
+
+template <typename T> T Defaults::value(Setting<T> key) const
+{
+    const QVariant v = fitting(key.id);
+    if constexpr (std::is_same_v<T, qint64>)
+        return settingAsInteger(v);
+    else if constexpr (std::is_same_v<T, double>)
+        return settingAsReal(v);
+    else if constexpr (std::is_same_v<T, bool>)
+        return settingAsBool(v);
+    else if constexpr (std::is_same_v<T, QString>)
+        return settingAsString(v);
+    else if constexpr (std::is_same_v<T, QColor>)
+        return settingAsColour(v);
+    else if constexpr (std::is_same_v<T, QVariantList>)
+        return v.toList();
+    else if constexpr (std::is_same_v<T, QDateTime>)
+        return v.toDateTime();
+    else
+        static_assert(sizeof(T) == 0, "a setting type without a reader");
+}
 
 } // namespace kelp

@@ -1,4 +1,4 @@
-#include "control/ValueTransformers.h"
+#include "settings/ValueTransformers.h"
 
 #include "extras/DesktopEntryKeys.h"
 

@@ -1,4 +1,4 @@
-#include "extras/Defaults.h"
+#include "settings/Defaults.h"
 
 #include "extras/Logging.h"
 #include "extras/Plist.h"
@@ -170,6 +170,36 @@ qint64 truncatedToInteger(double d)
     return static_cast<qint64>(d);
 }
 
+// Whether a stored value can stand for a setting of the given type. Numbers, switches and text
+// convert into each other as the platform's settings did ("12 px" is 12, "YES" is true); a colour
+// is three or four numbers.
+bool fitsType(const QVariant &v, QMetaType type)
+{
+    switch (type.id()) {
+    case QMetaType::LongLong:
+    case QMetaType::Double: {
+        if (isNumeric(v)) return true;
+        if (v.typeId() != QMetaType::QString) return false;
+        const QString text = v.toString().trimmed();
+        qsizetype i = 0;
+        if (i < text.size() && (text.at(i) == u'-' || text.at(i) == u'+')) ++i;
+        if (i < text.size() && text.at(i) == u'.') ++i;
+        return i < text.size() && text.at(i).isDigit();
+    }
+    case QMetaType::Bool:
+    case QMetaType::QString:
+        return isNumeric(v) || v.typeId() == QMetaType::QString;
+    case QMetaType::QColor: {
+        if (v.typeId() != QMetaType::QVariantList) return false;
+        const QVariantList parts = v.toList();
+        return (parts.size() == 3 || parts.size() == 4) &&
+               std::all_of(parts.cbegin(), parts.cend(), isNumeric);
+    }
+    default:
+        return v.metaType() == type;
+    }
+}
+
 struct DiskState
 {
     enum Status { Ok, Missing, Unreadable, Corrupt };
@@ -198,6 +228,8 @@ struct Defaults::Private
     bool writeFailureLogged = false;
     bool folderFailureLogged = false;
     bool retryDone = false;
+    // Keys whose stored value had the wrong type and has been reported.
+    mutable QSet<QString> wrongTypeLogged;
     // The content last read from or written to the file; a file event that leaves the file with
     // this content is the echo of Kelp's own write.
     QByteArray knownBytes;
@@ -543,9 +575,8 @@ bool Defaults::hasStoredValue(const QString &key) const
     return d->stored.contains(key);
 }
 
-qint64 Defaults::integer(const QString &key) const
+qint64 settingAsInteger(const QVariant &v)
 {
-    const QVariant v = value(key);
     switch (v.typeId()) {
     case QMetaType::Bool:
     case QMetaType::LongLong:
@@ -559,9 +590,8 @@ qint64 Defaults::integer(const QString &key) const
     }
 }
 
-double Defaults::real(const QString &key) const
+double settingAsReal(const QVariant &v)
 {
-    const QVariant v = value(key);
     switch (v.typeId()) {
     case QMetaType::Bool:
     case QMetaType::LongLong:
@@ -574,9 +604,8 @@ double Defaults::real(const QString &key) const
     }
 }
 
-bool Defaults::boolean(const QString &key) const
+bool settingAsBool(const QVariant &v)
 {
-    const QVariant v = value(key);
     switch (v.typeId()) {
     case QMetaType::Bool:
         return v.toBool();
@@ -591,9 +620,8 @@ bool Defaults::boolean(const QString &key) const
     }
 }
 
-QString Defaults::string(const QString &key) const
+QString settingAsString(const QVariant &v)
 {
-    const QVariant v = value(key);
     switch (v.typeId()) {
     case QMetaType::QString:
         return v.toString();
@@ -606,6 +634,40 @@ QString Defaults::string(const QString &key) const
     default:
         return {};
     }
+}
+
+QColor settingAsColour(const QVariant &v)
+{
+    if (v.typeId() != QMetaType::QVariantList) return {};
+    const QVariantList parts = v.toList();
+    if (parts.size() != 3 && parts.size() != 4) return {};
+    float c[4] = {0.0f, 0.0f, 0.0f, 1.0f};
+    for (qsizetype i = 0; i < parts.size(); ++i) {
+        if (!isNumeric(parts.at(i))) return {};
+        const double x = parts.at(i).toDouble();
+        c[i] = std::isnan(x) ? 0.0f : static_cast<float>(std::clamp(x, 0.0, 1.0));
+    }
+    return QColor::fromRgbF(c[0], c[1], c[2], c[3]);
+}
+
+qint64 Defaults::integer(const QString &key) const
+{
+    return settingAsInteger(value(key));
+}
+
+double Defaults::real(const QString &key) const
+{
+    return settingAsReal(value(key));
+}
+
+bool Defaults::boolean(const QString &key) const
+{
+    return settingAsBool(value(key));
+}
+
+QString Defaults::string(const QString &key) const
+{
+    return settingAsString(value(key));
 }
 
 QVariantList Defaults::array(const QString &key) const
@@ -628,15 +690,25 @@ QByteArray Defaults::data(const QString &key) const
 
 QColor Defaults::color(const QString &key) const
 {
-    const QVariantList parts = array(key);
-    if (parts.size() != 3 && parts.size() != 4) return {};
-    float c[4] = {0.0f, 0.0f, 0.0f, 1.0f};
-    for (qsizetype i = 0; i < parts.size(); ++i) {
-        if (!isNumeric(parts.at(i))) return {};
-        const double x = parts.at(i).toDouble();
-        c[i] = std::isnan(x) ? 0.0f : static_cast<float>(std::clamp(x, 0.0, 1.0));
+    return settingAsColour(value(key));
+}
+
+QVariant Defaults::fitting(SettingId id) const
+{
+    const SettingInfo &info = settingInfo(id);
+    const QString key(info.name);
+    const QVariant v = value(key);
+    if (!v.isValid()) return settingDefault(id);
+    if (fitsType(v, info.type)) return v;
+    if (!d->wrongTypeLogged.contains(key)) {
+        d->wrongTypeLogged.insert(key);
+        qCWarning(lcSettings).noquote()
+            << "The setting" << key << "holds" << (v.typeName() ? v.typeName() : "nothing usable")
+            << "where" << info.type.name() << "belongs; using its default";
     }
-    return QColor::fromRgbF(c[0], c[1], c[2], c[3]);
+    const QVariant registered = registeredValue(key);
+    return registered.isValid() && fitsType(registered, info.type) ? registered
+                                                                   : settingDefault(id);
 }
 
 QVariant Defaults::colorValue(const QColor &color)
