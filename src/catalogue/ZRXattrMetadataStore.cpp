@@ -1,6 +1,7 @@
 #include "catalogue/ZRXattrMetadataStore.h"
 
 #include "extras/Plist.h"
+#include "extras/VariantKind.h"
 
 #include <QFile>
 #include <QStringDecoder>
@@ -37,24 +38,16 @@ ssize_t getValue(const QByteArray &path, const QByteArray &name, void *buffer, s
 // everything can be written.
 QString unserialisablePart(const QVariant &value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Float:
-    case QMetaType::Double:
-    case QMetaType::QString:
-    case QMetaType::QByteArray:
-    case QMetaType::QDateTime:
-    case QMetaType::QStringList:
+    switch (variantKind(value)) {
+    case VariantKind::Bool:
+    case VariantKind::Integer:
+    case VariantKind::Unsigned:
+    case VariantKind::Real:
+    case VariantKind::String:
+    case VariantKind::Data:
+    case VariantKind::Date:
         return {};
-    case QMetaType::QVariantList: {
+    case VariantKind::Array: {
         const QVariantList list = value.toList();
         for (const QVariant &item : list) {
             QString bad = unserialisablePart(item);
@@ -62,7 +55,7 @@ QString unserialisablePart(const QVariant &value)
         }
         return {};
     }
-    case QMetaType::QVariantMap: {
+    case VariantKind::Dictionary: {
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it) {
             QString bad = unserialisablePart(it.value());

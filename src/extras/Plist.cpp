@@ -1,6 +1,7 @@
 #include "extras/Plist.h"
 
 #include "extras/Logging.h"
+#include "extras/VariantKind.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -99,40 +100,32 @@ QVariant toVariant(plist_t node, int depth)
 plist_t fromVariant(const QVariant &value, int depth)
 {
     if (depth > kMaxDepth) return nullptr;
-    switch (value.typeId()) {
-    case QMetaType::Bool:
+    switch (variantKind(value)) {
+    case VariantKind::Bool:
         return plist_new_bool(value.toBool() ? 1 : 0);
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::Long:
-    case QMetaType::Short:
+    case VariantKind::Integer:
         return plist_new_uint(static_cast<uint64_t>(value.toLongLong()));
-    case QMetaType::UInt:
-    case QMetaType::ULongLong:
-    case QMetaType::ULong:
-    case QMetaType::UShort: {
+    case VariantKind::Unsigned: {
         const qulonglong u = value.toULongLong();
         const qlonglong clamped = u > static_cast<qulonglong>(std::numeric_limits<qint64>::max())
                                       ? std::numeric_limits<qint64>::max()
                                       : static_cast<qlonglong>(u);
         return plist_new_uint(static_cast<uint64_t>(clamped));
     }
-    case QMetaType::Double:
-    case QMetaType::Float:
+    case VariantKind::Real:
         return plist_new_real(value.toDouble());
-    case QMetaType::QString:
+    case VariantKind::String:
         return plist_new_string(value.toString().toUtf8().constData());
-    case QMetaType::QByteArray: {
+    case VariantKind::Data: {
         const QByteArray bytes = value.toByteArray();
         return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
     }
-    case QMetaType::QDateTime: {
+    case VariantKind::Date: {
         const qint64 ms = value.toDateTime().toMSecsSinceEpoch();
         const qint64 sec = ms / 1000 - kPlistEpochOffset;
         return plist_new_date(static_cast<int32_t>(sec), static_cast<int32_t>((ms % 1000) * 1000));
     }
-    case QMetaType::QStringList:
-    case QMetaType::QVariantList: {
+    case VariantKind::Array: {
         plist_t array = plist_new_array();
         const QVariantList list = value.toList();
         for (const QVariant &item : list) {
@@ -140,7 +133,7 @@ plist_t fromVariant(const QVariant &value, int depth)
         }
         return array;
     }
-    case QMetaType::QVariantMap: {
+    case VariantKind::Dictionary: {
         plist_t dict = plist_new_dict();
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it) {

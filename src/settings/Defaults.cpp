@@ -3,6 +3,7 @@
 #include "extras/Logging.h"
 #include "extras/Plist.h"
 #include "extras/TextNumbers.h"
+#include "extras/VariantKind.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -52,42 +53,30 @@ bool isNumeric(const QVariant &v)
 // property-list form; items of that kind inside arrays and dictionaries are dropped.
 QVariant normalized(const QVariant &value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Bool:
+    if (value.typeId() == QMetaType::QColor) return Defaults::colorValue(value.value<QColor>());
+    switch (variantKind(value)) {
+    case VariantKind::Bool:
         return QVariant(value.toBool());
-    case QMetaType::Int:
-    case QMetaType::Long:
-    case QMetaType::LongLong:
-    case QMetaType::Short:
-    case QMetaType::SChar:
-    case QMetaType::Char:
+    case VariantKind::Integer:
         return QVariant(static_cast<qint64>(value.toLongLong()));
-    case QMetaType::UInt:
-    case QMetaType::ULong:
-    case QMetaType::ULongLong:
-    case QMetaType::UShort:
-    case QMetaType::UChar: {
+    case VariantKind::Unsigned: {
         const qulonglong u = value.toULongLong();
         constexpr auto kMax = static_cast<qulonglong>(std::numeric_limits<qint64>::max());
         return QVariant(static_cast<qint64>(u > kMax ? kMax : u));
     }
-    case QMetaType::Float:
-    case QMetaType::Double:
+    case VariantKind::Real:
         return QVariant(value.toDouble());
-    case QMetaType::QString:
+    case VariantKind::String:
         return QVariant(value.toString());
-    case QMetaType::QByteArray:
+    case VariantKind::Data:
         return QVariant(value.toByteArray());
-    case QMetaType::QDateTime: {
+    case VariantKind::Date: {
         // The file keeps whole seconds in UTC.
         const qint64 ms = value.toDateTime().toMSecsSinceEpoch();
         const qint64 seconds = ms / 1000 - (ms % 1000 < 0 ? 1 : 0);
         return QVariant(QDateTime::fromSecsSinceEpoch(seconds, QTimeZone::utc()));
     }
-    case QMetaType::QColor:
-        return Defaults::colorValue(value.value<QColor>());
-    case QMetaType::QStringList:
-    case QMetaType::QVariantList: {
+    case VariantKind::Array: {
         QVariantList out;
         const QVariantList list = value.toList();
         out.reserve(list.size());
@@ -97,8 +86,7 @@ QVariant normalized(const QVariant &value)
         }
         return QVariant(out);
     }
-    case QMetaType::QVariantMap:
-    case QMetaType::QVariantHash: {
+    case VariantKind::Dictionary: {
         QVariantMap out;
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it) {
@@ -107,17 +95,20 @@ QVariant normalized(const QVariant &value)
         }
         return QVariant(out);
     }
-    default:
-        return {};
+    case VariantKind::Nothing:
+    case VariantKind::Other:
+        break;
     }
+    return {};
 }
 
-// Whether two normalised values mean the same setting: numbers (and booleans) compare by value,
-// containers element by element, everything else by type and value.
-bool sameValue(const QVariant &a, const QVariant &b)
+// Whether two normalised values are equal, containers element by element. Loosely, numbers and
+// booleans compare by value: an integer 1 and a real 1.0 are the same setting. Strictly, they must
+// also be of one type: they are not the same file.
+bool equalValues(const QVariant &a, const QVariant &b, bool loosely)
 {
     if (!a.isValid() || !b.isValid()) return a.isValid() == b.isValid();
-    if (isNumeric(a) && isNumeric(b)) {
+    if (loosely && isNumeric(a) && isNumeric(b)) {
         if (a.typeId() == QMetaType::Double || b.typeId() == QMetaType::Double)
             return a.toDouble() == b.toDouble();
         return a.toLongLong() == b.toLongLong();
@@ -127,39 +118,27 @@ bool sameValue(const QVariant &a, const QVariant &b)
         const QVariantList la = a.toList(), lb = b.toList();
         if (la.size() != lb.size()) return false;
         for (qsizetype i = 0; i < la.size(); ++i)
-            if (!sameValue(la.at(i), lb.at(i))) return false;
+            if (!equalValues(la.at(i), lb.at(i), loosely)) return false;
         return true;
     }
     if (a.typeId() == QMetaType::QVariantMap) {
         const QVariantMap ma = a.toMap(), mb = b.toMap();
         if (ma.size() != mb.size()) return false;
         for (auto it = ma.cbegin(), jt = mb.cbegin(); it != ma.cend(); ++it, ++jt)
-            if (it.key() != jt.key() || !sameValue(it.value(), jt.value())) return false;
+            if (it.key() != jt.key() || !equalValues(it.value(), jt.value(), loosely)) return false;
         return true;
     }
     return a == b;
 }
 
-// Whether two normalised values would be written identically (an integer 1 and a real 1.0 are
-// the same setting but not the same file).
+bool sameValue(const QVariant &a, const QVariant &b)
+{
+    return equalValues(a, b, true);
+}
+
 bool identical(const QVariant &a, const QVariant &b)
 {
-    if (a.typeId() != b.typeId()) return false;
-    if (a.typeId() == QMetaType::QVariantList) {
-        const QVariantList la = a.toList(), lb = b.toList();
-        if (la.size() != lb.size()) return false;
-        for (qsizetype i = 0; i < la.size(); ++i)
-            if (!identical(la.at(i), lb.at(i))) return false;
-        return true;
-    }
-    if (a.typeId() == QMetaType::QVariantMap) {
-        const QVariantMap ma = a.toMap(), mb = b.toMap();
-        if (ma.size() != mb.size()) return false;
-        for (auto it = ma.cbegin(), jt = mb.cbegin(); it != ma.cend(); ++it, ++jt)
-            if (it.key() != jt.key() || !identical(it.value(), jt.value())) return false;
-        return true;
-    }
-    return a == b;
+    return equalValues(a, b, false);
 }
 
 qint64 truncatedToInteger(double d)

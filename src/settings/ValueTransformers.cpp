@@ -3,6 +3,7 @@
 #include "extras/DesktopEntryKeys.h"
 
 #include "extras/TextNumbers.h"
+#include "extras/VariantKind.h"
 
 #include <QCoreApplication>
 #include <QDate>
@@ -40,29 +41,6 @@ bool isNothing(const QVariant &v)
     return v.isNull();
 }
 
-bool isNumber(const QVariant &v)
-{
-    switch (v.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Char:
-    case QMetaType::SChar:
-    case QMetaType::UChar:
-    case QMetaType::Float:
-    case QMetaType::Double:
-        return true;
-    default:
-        return false;
-    }
-}
-
 [[noreturn]] void lacks(const QVariant &v, const char *method)
 {
     throw TransformerError(QStringLiteral("Value %1 does not respond to %2")
@@ -83,14 +61,14 @@ qint64 truncated(double d)
 double doubleValue(const QVariant &v, const char *method = "floatValue")
 {
     if (v.typeId() == QMetaType::QString) return leadingNumber(v.toString());
-    if (!isNumber(v)) lacks(v, method);
+    if (!holdsNumber(v)) lacks(v, method);
     return v.toDouble();
 }
 
 qint64 integerValue(const QVariant &v)
 {
     if (v.typeId() == QMetaType::QString) return truncated(leadingNumber(v.toString()));
-    if (!isNumber(v)) lacks(v, "integerValue");
+    if (!holdsNumber(v)) lacks(v, "integerValue");
     if (v.typeId() == QMetaType::Double || v.typeId() == QMetaType::Float)
         return truncated(v.toDouble());
     return v.toLongLong();
@@ -99,7 +77,7 @@ qint64 integerValue(const QVariant &v)
 bool boolValue(const QVariant &v)
 {
     if (v.typeId() == QMetaType::QString) return textIsTrue(v.toString());
-    if (!isNumber(v)) lacks(v, "boolValue");
+    if (!holdsNumber(v)) lacks(v, "boolValue");
     return v.toDouble() != 0.0;
 }
 
