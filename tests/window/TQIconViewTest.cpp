@@ -404,10 +404,10 @@ TEST_F(IconView, PaintsDimmedAndHighlightedIconsAndTheScanMessage)
 
     // An invisible tint gives black text and markers.
     defaults->setValue(QStringLiteral("windowAlpha"), 0.0);
-    EXPECT_EQ(view->textColor(), QColor(Qt::black));
+    EXPECT_EQ(view->textColour(), QColor(Qt::black));
     defaults->setValue(QStringLiteral("windowAlpha"), 0.5);
     defaults->setValue(QStringLiteral("windowColor"), Defaults::colorValue(QColor(Qt::black)));
-    EXPECT_EQ(view->textColor(), QColor(Qt::white));
+    EXPECT_EQ(view->textColour(), QColor(Qt::white));
 }
 
 TEST_F(IconView, ReturnStartsARealProgramWithoutWaitingForIt)
