@@ -8,12 +8,12 @@
 // opaque or dimmed, on the running highlight, with the insertion marker of a move.
 //
 // It decides each cell's three states:
-//   opaque    - not dimmed. Dimmed: filtered out by the typed letters; not among the applications
-//               a file drop can go to, or the favourite being moved; pressed; excluded while
-//               included or all applications are shown, or included while the excluded ones are;
-//               not running while Fn is held.
-//   highlighted - running (outside the running group, and Fn up), or the target of a file drop.
-//   decorated - the target cell of a move, where the insertion marker shows.
+//   opaque:      not dimmed. A cell is dimmed when its application is filtered out by the typed
+//                letters; cannot take the dragged files, or is the favourite being moved; is
+//                pressed; is excluded while included or all applications are shown, or included
+//                while the excluded ones are; or is not running while Fn is held.
+//   highlighted: running (outside the running group, with Fn up), or the target of a file drop.
+//   decorated:   the target cell of a move, where the insertion marker shows.
 //
 // The painter keeps the drawing state of its own (the colours, whether icons show as colour
 // spectra, the scan progress) and reads everything else from the view it paints.

@@ -146,11 +146,6 @@ void TQIconView::fetchAppsShown()
     }
 }
 
-bool TQIconView::hasAppsShown() const
-{
-    return _shownIsFlat ? !_appsShownFlat.isEmpty() : !_appsShownBunches.isEmpty();
-}
-
 AppList TQIconView::appsShown1D() const
 {
     if (_shownIsFlat) return _appsShownFlat;
@@ -405,8 +400,8 @@ bool TQIconView::performKeyEquivalent(QKeyEvent *event)
     return false;
 }
 
-// Ctrl-"=" and Ctrl-"-": one more or one fewer row of bunches of columns (column of bands of rows),
-// never fewer than one.
+// Ctrl-"=" and Ctrl-"-": a row more or fewer for bunches side by side, a column more or fewer for
+// bunches in bands of rows; never fewer than one.
 bool TQIconView::changeRowOrColumnCount(bool more)
 {
     const bool byColumns = _layout.orientation() == 1;
@@ -455,12 +450,6 @@ void TQIconView::reset()
     selectCoords(Coords::none());
     _startCoords = Coords::none();
     _painter.setShowsSpectra(false);
-}
-
-void TQIconView::setDragState(const IconDragState &state)
-{
-    _drag = state;
-    update();
 }
 
 // --- Mouse and wheel -----------------------------------------------------------------------------

@@ -3,8 +3,8 @@
 //
 // Shows one group of the catalogue (a flat list, or favourites and scan folders as bunches) laid
 // out by IconGridLayout. The view holds the group to show and the group shown, the selection
-// (which follows the pointer) and the typed filter, takes the events, and hands the rest to its
-// rooms:
+// (which follows the pointer) and the typed filter, takes the events, and hands the rest to the
+// classes beside it:
 //   IconGridPainter  how the grid looks: tint, icons, dimming, highlights, markers, scan progress;
 //   TypedFilter      the typed letters and the applications they let through;
 //   ModifierKeys     the modifier keys held, and what a change of them means for the group shown;
@@ -58,7 +58,10 @@ public:
     int groupToShowConsideringModifiers(int group) const;
     // Whether the group shown is bunched, and whether it holds any application.
     bool showsBunches() const { return !_shownIsFlat; }
-    bool hasAppsShown() const;
+    bool hasAppsShown() const
+    {
+        return _shownIsFlat ? !_appsShownFlat.isEmpty() : !_appsShownBunches.isEmpty();
+    }
 
     // --- Layout ---------------------------------------------------------------------------------
     // The size the panel fits itself to. An empty group gets the smallest panel: one empty cell.
@@ -159,7 +162,11 @@ public:
 
     // Drag state read by the drawing (the drag-and-drop code sets it).
     const IconDragState &dragState() const { return _drag; }
-    void setDragState(const IconDragState &state);
+    void setDragState(const IconDragState &state)
+    {
+        _drag = state;
+        update();
+    }
 
 Q_SIGNALS:
     void subviewNeedsResizing();
