@@ -58,7 +58,7 @@ TQIconOverlayView::TQIconOverlayView(Defaults &defaults, QWidget *parent)
 
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
         if (PanelColours::dependsOn(key))
-            updateColors();
+            updateColours();
         else if (Key::GroupOrientation.is(key) || Key::TabletMode.is(key) ||
                  Key::TabletHandedness.is(key))
             readLayoutSettings();
@@ -77,7 +77,7 @@ void TQIconOverlayView::readLayoutSettings()
     update();
 }
 
-void TQIconOverlayView::updateColors()
+void TQIconOverlayView::updateColours()
 {
     _colours = PanelColours::fromDefaults(_defaults);
     update();

@@ -48,7 +48,7 @@ public:
     // Shows the label for an application beside a rectangle, or nothing for a null app.
     void drawInfoForApp(const std::shared_ptr<kelp::TQApp> &app, const QRectF &rect);
 
-    void updateColors();
+    void updateColours();
 
     // What is on screen, for the panel and for checks.
     QString filterString() const { return _filterString; }

@@ -2,28 +2,33 @@
 // TQIconView: the grid of application icons inside the panel.
 //
 // Shows one group of the catalogue (a flat list, or favourites and scan folders as bunches) laid
-// out by IconGridLayout; draws the tint, the icons (dimmed when filtered out or excluded), the
-// running highlight and, while favourites are rearranged, the insertion markers and bunch
-// separators; while the catalogue is walked it shows the scan progress instead. The selection
-// follows the pointer. Typed letters filter the icons (one letter: the names' initials; two or
-// more: a substring of the name) for as long as keys keep coming within a second; Return launches
-// the single match. The wheel steps through letters and a sideways swipe switches groups. Clicks
-// launch, Shift-clicks exclude, include or remove, and a context menu offers the rest.
+// out by IconGridLayout. The view holds the group to show and the group shown, the selection
+// (which follows the pointer) and the typed filter, takes the events, and hands the rest to the
+// classes beside it:
+//   IconGridPainter  how the grid looks: tint, icons, dimming, highlights, markers, scan progress;
+//   TypedFilter      the typed letters and the applications they let through;
+//   ModifierKeys     the modifier keys held, and what a change of them means for the group shown;
+//   IconGestures     the wheel's letters and the sideways swipe that switches groups;
+//   IconContextMenu  the context menu and the actions on the selected application;
+//   IconDragState    what a drag over the grid is doing (IconDrag.h).
+//
+// Typed letters filter the icons for as long as keys keep coming within a second; Return
+// launches the single match. Clicks launch, Shift-clicks exclude, include or remove, Ctrl-clicks
+// show the file, and a right click (or a Meta-click) opens the context menu.
 //
 // The panel owns the view and forwards key and pointer events (handleKeyDown, handleKeyUp,
 // handleCancelOperation, myMouseMoved); the view never takes the keyboard focus itself.
-//
-// Modifier keys follow Kelp's Linux convention: Command is Ctrl, Control is Meta (Super), Option
-// is Alt. There is no function key on PC keyboards; it reads as never held.
 #include "catalogue/TQApp.h"
+#include "window/IconContextMenu.h"
+#include "window/IconDrag.h"
+#include "window/IconGestures.h"
 #include "window/IconGridLayout.h"
-#include "window/PanelColours.h"
+#include "window/IconGridPainter.h"
+#include "window/ModifierKeys.h"
+#include "window/TypedFilter.h"
 
 #include <QColor>
-#include <QElapsedTimer>
-#include <QPointer>
 #include <QSet>
-#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -51,6 +56,12 @@ public:
     // The group that group turns into with the modifier keys held now (Alt: included -> all) and
     // without bunches (orientation 0: two-level groups are shown flat).
     int groupToShowConsideringModifiers(int group) const;
+    // Whether the group shown is bunched, and whether it holds any application.
+    bool showsBunches() const { return !_shownIsFlat; }
+    bool hasAppsShown() const
+    {
+        return _shownIsFlat ? !_appsShownFlat.isEmpty() : !_appsShownBunches.isEmpty();
+    }
 
     // --- Layout ---------------------------------------------------------------------------------
     // The size the panel fits itself to. An empty group gets the smallest panel: one empty cell.
@@ -70,35 +81,49 @@ public:
     // --- Cells and entries ----------------------------------------------------------------------
     TQAppPtr appAtCoords(const Coords &c) const;
     TQAppPtr appAtPoint(QPointF p) const { return appAtCoords(_layout.coordsOfPoint(p)); }
+    TQAppPtr appOfCell(const IconGridLayout::CellInfo &cell) const;
     // The first cell (row order, then column order) holding the entry; none when absent.
     Coords coordsOfApp(const TQAppPtr &app) const;
     QRectF rectOfApp(const TQAppPtr &app) const { return _layout.rectOfCoords(coordsOfApp(app)); }
     Coords coordsOfPoint(QPointF p) const { return _layout.coordsOfPoint(p); }
     Coords coordsOfPoint2(QPointF p) const { return _layout.coordsOfPoint2(p); }
+    bool isExcluded(const TQAppPtr &app) const;
+    bool isRunning(const TQAppPtr &app) const;
 
     // --- Selection and filter -------------------------------------------------------------------
     void selectCoords(const Coords &c);
     Coords selectedCoords() const { return _selectedCoords; }
     TQAppPtr selectedApp() const { return appAtCoords(_selectedCoords); }
-    QString filterSubstring() const { return _filterSubstring; }
-    bool isFilterTimerRunning() const { return _filterTimer.isActive(); }
-    bool isAppKeyFilteredOut(const TQAppPtr &app) const;
+    QString filterSubstring() const { return _filter.text(); }
+    bool isFilterTimerRunning() const { return _filter.isWordOpen(); }
+    bool isAppKeyFilteredOut(const TQAppPtr &app) const { return _filter.filtersOut(app); }
     // The entries of the group shown that the filter lets through, in bunch and index order.
-    AppList keyFilteredApps1D() const;
+    AppList keyFilteredApps1D() const { return _filter.matches(appsShown1D()); }
     void resetFilterSubstring();
-    bool showsIconSpectrums() const { return _showIconSpectrums; }
+    bool showsIconSpectrums() const { return _painter.showsSpectra(); }
 
-    // --- Per-cell drawing states ----------------------------------------------------------------
-    bool isOpaque(std::uint64_t row, std::uint64_t col) const;
-    bool isHighlighted(std::uint64_t row, std::uint64_t col) const;
-    bool isDecorated(std::uint64_t row, std::uint64_t col) const;
-    bool isBusyScanning() const { return _isBusyScanning; }
-    QString scanningStep() const { return _scanningStep; }
-    QString scanningLabel() const { return _scanningLabel; }
-    QColor textColor() const { return _colours.text; }
+    // --- Drawing --------------------------------------------------------------------------------
+    bool isOpaque(std::uint64_t row, std::uint64_t col) const
+    {
+        return _painter.isOpaque(row, col);
+    }
+    bool isHighlighted(std::uint64_t row, std::uint64_t col) const
+    {
+        return _painter.isHighlighted(row, col);
+    }
+    bool isDecorated(std::uint64_t row, std::uint64_t col) const
+    {
+        return _painter.isDecorated(row, col);
+    }
+    bool isBusyScanning() const { return _painter.isBusyScanning(); }
+    QString scanningStep() const { return _painter.scanningStep(); }
+    QString scanningLabel() const { return _painter.scanningLabel(); }
+    QColor textColour() const { return _painter.colours().text; }
+    // Redraws a cell, at once (when shown) or at the next paint.
+    void redrawCell(const Coords &c, bool now = false);
 
     // --- Events forwarded by the panel ----------------------------------------------------------
-    // Typed filter letters, Return/Enter, Backspace, and the Ctrl (Command) keys. True if handled.
+    // Typed filter letters, Return/Enter, Backspace, and the Ctrl keys. True if handled.
     bool handleKeyDown(QKeyEvent *event);
     // Only follows the modifier keys; always false.
     bool handleKeyUp(QKeyEvent *event);
@@ -109,6 +134,9 @@ public:
     void myMouseMoved(QPointF viewPos);
     // The modifier keys changed (from a key event, or the application's key filter).
     void modifierKeysChanged(Qt::KeyboardModifiers modifiers);
+    const ModifierKeys &modifierKeys() const { return _modifiers; }
+    // The pointer's shape: forbidden while a Shift-click would take the icon out of its group.
+    void updateCursor();
     // Back to a fresh state: no drag, modifiers, filter, selection or spectrum display.
     void reset();
 
@@ -118,30 +146,27 @@ public:
     void launchApp(const TQAppPtr &app, const TQApp::DroppedItems *items = nullptr);
     // The context menu for the application at the selection (the caller owns it).
     std::unique_ptr<QMenu> contextualMenu();
-    void includeSelectedApp();
-    void excludeSelectedApp();
-    void addSelectedAppToUser();
-    void addSelectedAppToUserNewGroup();
-    void removeSelectedAppFromUser();
-    void showAppInFinder();
-    void sendAppForDeletion();
-    void showSelectedApp();
-    void hideSelectedApp();
-    void quitSelectedApp();
+    void includeSelectedApp() { _menu.includeSelectedApp(); }
+    void excludeSelectedApp() { _menu.excludeSelectedApp(); }
+    void addSelectedAppToUser() { _menu.addSelectedAppToUser(); }
+    void addSelectedAppToUserNewGroup() { _menu.addSelectedAppToUserNewGroup(); }
+    void removeSelectedAppFromUser() { _menu.removeSelectedAppFromUser(); }
+    void showAppInFinder() { _menu.showAppInFinder(); }
+    void sendAppForDeletion() { _menu.sendAppForDeletion(); }
+    void showSelectedApp() { _menu.showSelectedApp(); }
+    void hideSelectedApp() { _menu.hideSelectedApp(); }
+    void quitSelectedApp() { _menu.quitSelectedApp(); }
 
     // Scan progress from the catalogue: count below 1 ends the display.
     void showProgressStep(int step, int count, const QString &label);
 
     // Drag state read by the drawing (the drag-and-drop code sets it).
-    struct DragState
+    const IconDragState &dragState() const { return _drag; }
+    void setDragState(const IconDragState &state)
     {
-        bool moveInProgress = false; // a favourite is being moved
-        bool dropInProgress = false; // files are dragged over the view
-        TQAppPtr payloadApp;         // the favourite being moved
-        QSet<const TQApp *> droppableApps;
-    };
-    const DragState &dragState() const { return _drag; }
-    void setDragState(const DragState &state);
+        _drag = state;
+        update();
+    }
 
 Q_SIGNALS:
     void subviewNeedsResizing();
@@ -165,35 +190,16 @@ protected:
 
 private:
     void readLayoutSettings();
-    void updateColors();
+    void updateColours();
     void fetchAppsShown();
+    AppList appsShown1D() const;
     GridShape shapeOfAppsShown() const;
-    TQAppPtr appOfCell(const IconGridLayout::CellInfo &cell) const;
     void catalogueGroupChanged(int group);
     void defaultsChanged(const QString &key);
     void rebuildExcludedSet();
-
-    void drawCell(QPainter &painter, std::uint64_t row, std::uint64_t col);
-    void drawBunchSeparators(QPainter &painter);
-    void drawBunchEndMarker(QPainter &painter);
     void setNeedsDisplayForApp(const TQAppPtr &app);
-    void redrawCell(const Coords &c, bool now = false);
-
-    void startFilterSubstringTimer(double seconds);
-    void cancelFilterSubstringTimer();
     void sendFilterSubstringNotification();
-    void readModifierKeys(Qt::KeyboardModifiers modifiers);
-    void resetModifiers();
-    void updateCursor();
-
-    void rightMouseDown(QMouseEvent *event);
-    void scrollVertically(double dy);
-    void scrollHorizontally(double dx, qint64 timestampMs);
-
-    bool isExcluded(const TQAppPtr &app) const;
-    bool isRunning(const TQAppPtr &app) const;
-    void showPoof();
-    void showAlert(const QString &title, const QString &message);
+    bool changeRowOrColumnCount(bool more);
 
     TQAppManager &_catalogue;
     Defaults &_defaults;
@@ -210,27 +216,14 @@ private:
     Coords _selectedCoords;
     Coords _oldSelectedCoords;
     Coords _startCoords;
-
-    bool _shiftKeyDown = false, _controlKeyDown = false, _optionKeyDown = false;
-    bool _commandKeyDown = false, _functionKeyDown = false;
-    bool _oldShiftKeyDown = false, _oldControlKeyDown = false, _oldOptionKeyDown = false;
-    bool _oldCommandKeyDown = false, _oldFunctionKeyDown = false;
-
-    QString _filterSubstring;
-    QTimer _filterTimer;
-    double _scrollAccumulatorX = 0;
-    double _scrollAccumulatorY = 0;
     QPointF _mouseDownPoint;
 
-    // Drawing state.
-    PanelColours _colours;
-    bool _smoothImages = true;
-    bool _showIconSpectrums = false;
-    bool _isBusyScanning = false;
-    QString _scanningStep;
-    QString _scanningLabel;
-
-    DragState _drag;
+    TypedFilter _filter;
+    ModifierKeys _modifiers;
+    IconGestures _gestures;
+    IconDragState _drag;
+    IconGridPainter _painter{*this};
+    IconContextMenu _menu;
 };
 
 } // namespace kelp

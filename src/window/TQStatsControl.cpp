@@ -84,7 +84,7 @@ TQStatsControl::TQStatsControl(TQAppManager &catalogue, Defaults &defaults, QWid
                         &TQAppManager::runningAppsChanged})
         connect(&_catalogue, signal, this, &TQStatsControl::refreshCounts);
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
-        if (PanelColours::dependsOn(key)) updateColors();
+        if (PanelColours::dependsOn(key)) updateColours();
     });
     if (parent) parent->installEventFilter(this);
 
@@ -405,7 +405,7 @@ void TQStatsControl::dragTimerFired()
     if (index >= 0) selectButtonAtIndex(index);
 }
 
-void TQStatsControl::updateColors()
+void TQStatsControl::updateColours()
 {
     _colours = PanelColours::fromDefaults(_defaults);
     update();

@@ -82,7 +82,7 @@ public:
     void setSpringLoadingDelay(double seconds) { _springDelay = seconds; }
     int dragButton() const { return _dragBtn; }
 
-    void updateColors();
+    void updateColours();
     void refreshCounts();
     QSize sizeHint() const override;
 
