@@ -163,23 +163,7 @@ TQIconView::TQIconView(TQAppManager &catalogue, Defaults &defaults, QWidget *par
     connect(&_filterTimer, &QTimer::timeout, this, &TQIconView::cancelFilterSubstringTimer);
 
     connect(&_catalogue, &TQAppManager::progressStep, this, &TQIconView::showProgressStep);
-    using M = TQAppManager;
-    const std::pair<void (M::*)(), int> groupSignals[] = {
-        {&M::runningAppsChanged, M::Running},
-        {&M::allAppsChanged, M::All},
-        {&M::allApps1DChanged, M::All1D},
-        {&M::includedAppsChanged, M::Included},
-        {&M::includedApps1DChanged, M::Included1D},
-        {&M::excludedAppsChanged, M::Excluded},
-        {&M::excludedApps1DChanged, M::Excluded1D},
-        {&M::missingAppsChanged, M::Missing},
-        {&M::userAppsChanged, M::User},
-        {&M::userApps1DChanged, M::User1D},
-    };
-    for (const auto &[signal, group] : groupSignals) {
-        const int g = group;
-        connect(&_catalogue, signal, this, [this, g] { catalogueGroupChanged(g); });
-    }
+    connect(&_catalogue, &TQAppManager::groupChanged, this, &TQIconView::catalogueGroupChanged);
     connect(
         &_defaults, &Defaults::changed, this,
         [this](const QString &key, const QVariant &, const QVariant &) { defaultsChanged(key); });
@@ -232,24 +216,24 @@ void TQIconView::defaultsChanged(const QString &key)
 
 // --- Group and layout ----------------------------------------------------------------------------
 
-int TQIconView::groupToShowConsideringModifiers(int group) const
+Group TQIconView::groupToShowConsideringModifiers(Group group) const
 {
     if (_optionKeyDown) {
-        if (group == TQAppManager::Included)
-            group = TQAppManager::All;
-        else if (group == TQAppManager::Included1D)
-            group = TQAppManager::All1D;
+        if (group == Group::Included)
+            group = Group::All;
+        else if (group == Group::Included1D)
+            group = Group::All1D;
     }
     if (_layout.orientation() == 0) {
         switch (group) {
-        case TQAppManager::Included:
-            return TQAppManager::Included1D;
-        case TQAppManager::All:
-            return TQAppManager::All1D;
-        case TQAppManager::Excluded:
-            return TQAppManager::Excluded1D;
-        case TQAppManager::User:
-            return TQAppManager::User1D;
+        case Group::Included:
+            return Group::Included1D;
+        case Group::All:
+            return Group::All1D;
+        case Group::Excluded:
+            return Group::Excluded1D;
+        case Group::User:
+            return Group::User1D;
         default:
             break;
         }
@@ -257,9 +241,9 @@ int TQIconView::groupToShowConsideringModifiers(int group) const
     return group;
 }
 
-void TQIconView::setGroupToShow(int group)
+void TQIconView::setGroupToShow(Group group)
 {
-    if (group < 0 || group > 9) {
+    if (!isValidGroup(group)) {
         qCWarning(lcWindow) << "Ignoring a request to show group" << group;
         return;
     }
@@ -300,7 +284,7 @@ GridShape TQIconView::shapeOfAppsShown() const
 void TQIconView::resizeViewForced(bool forced)
 {
     selectCoords(Coords::none());
-    const int previousGroup = _groupShown;
+    const Group previousGroup = _groupShown;
     _groupShown = groupToShowConsideringModifiers(_groupToShow);
     fetchAppsShown();
     if (_groupShown != previousGroup) {
@@ -312,7 +296,7 @@ void TQIconView::resizeViewForced(bool forced)
     const int oldCellWidth = _layout.cellWidth();
     update();
 
-    _layout.setGroup(_groupShown);
+    _layout.setGroup(static_cast<int>(_groupShown));
     _layout.setShape(shapeOfAppsShown());
     _layout.setMaxViewSize(QSizeF(maxIconViewSize()));
     _layout.setFallbackSize(QSizeF(size()));
@@ -340,7 +324,7 @@ void TQIconView::setMaxIconViewSize(QSize size)
 {
     if (size == _maxIconViewSize) return;
     _maxIconViewSize = size;
-    if (_groupToShow >= 0) resizeViewForced(false);
+    if (_groupToShow != Group::None) resizeViewForced(false);
 }
 
 QSize TQIconView::maxIconViewSize() const
@@ -351,9 +335,9 @@ QSize TQIconView::maxIconViewSize() const
     return available - QSize(96, 128);
 }
 
-void TQIconView::catalogueGroupChanged(int group)
+void TQIconView::catalogueGroupChanged(Group group)
 {
-    if (group == TQAppManager::Excluded1D) rebuildExcludedSet();
+    if (group == Group::Excluded1D) rebuildExcludedSet();
     if (group == _groupShown)
         resizeViewForced(false);
     else
@@ -565,9 +549,9 @@ bool TQIconView::performKeyEquivalent(QKeyEvent *event)
     if (c == 0) return false;
     const bool command = event->modifiers().testFlag(Qt::ControlModifier);
     if (command) {
-        const int g = _groupShown;
-        const bool bunched = g == TQAppManager::Included || g == TQAppManager::Excluded ||
-                             g == TQAppManager::All || g == TQAppManager::User;
+        const Group g = _groupShown;
+        const bool bunched =
+            g == Group::Included || g == Group::Excluded || g == Group::All || g == Group::User;
         if (bunched && (c == U'=' || c == U'-')) {
             const bool byColumns = _layout.orientation() == 1;
             std::uint64_t count = byColumns ? _layout.colCount() : _layout.rowCount();
@@ -631,8 +615,7 @@ void TQIconView::modifierKeysChanged(Qt::KeyboardModifiers modifiers)
 
     const bool optionChanged = _optionKeyDown != _oldOptionKeyDown;
     const bool shiftReleased = _oldShiftKeyDown && !_shiftKeyDown;
-    if ((optionChanged &&
-         (_groupToShow == TQAppManager::Included || _groupToShow == TQAppManager::Included1D)) ||
+    if ((optionChanged && (_groupToShow == Group::Included || _groupToShow == Group::Included1D)) ||
         (!_drag.dropInProgress && shiftReleased)) {
         resizeViewForced(false);
     }
@@ -640,7 +623,7 @@ void TQIconView::modifierKeysChanged(Qt::KeyboardModifiers modifiers)
         // Which applications may take the dragged files depends on Ctrl; the drag code keeps
         // that list, and the view draws from it.
         if (_commandKeyDown != _oldCommandKeyDown) update();
-    } else if (_functionKeyDown != _oldFunctionKeyDown && _groupToShow != TQAppManager::Running) {
+    } else if (_functionKeyDown != _oldFunctionKeyDown && _groupToShow != Group::Running) {
         update();
     }
     updateCursor();
@@ -648,7 +631,7 @@ void TQIconView::modifierKeysChanged(Qt::KeyboardModifiers modifiers)
 
 void TQIconView::updateCursor()
 {
-    if (_shiftKeyDown && !_drag.dropInProgress && _groupShown != TQAppManager::Running)
+    if (_shiftKeyDown && !_drag.dropInProgress && _groupShown != Group::Running)
         setCursor(Qt::ForbiddenCursor); // a Shift-click takes the icon out of the group
     else
         setCursor(Qt::ArrowCursor);
@@ -719,9 +702,9 @@ void TQIconView::mouseReleaseEvent(QMouseEvent *event)
         return;
     }
     if (_shiftKeyDown) {
-        if (_groupShown == TQAppManager::User || _groupShown == TQAppManager::User1D)
+        if (_groupShown == Group::User || _groupShown == Group::User1D)
             removeSelectedAppFromUser();
-        else if (_groupShown == TQAppManager::Running)
+        else if (_groupShown == Group::Running)
             redrawCell(_selectedCoords);
         else if (isExcluded(app))
             includeSelectedApp();
@@ -836,7 +819,7 @@ void TQIconView::launchApp(const TQAppPtr &app, const TQApp::DroppedItems *items
 {
     if (!app) return;
     if (!app->isPathValid()) {
-        if (_groupShown == TQAppManager::User || _groupShown == TQAppManager::User1D)
+        if (_groupShown == Group::User || _groupShown == Group::User1D)
             _catalogue.locateUserApps();
         else
             qCWarning(lcWindow).noquote() << "Invalid application path:" << app->path();
@@ -854,8 +837,8 @@ std::unique_ptr<QMenu> TQIconView::contextualMenu()
         menu->addAction(tr("Hide Group"), this, &TQIconView::updateCursor);
         return menu;
     }
-    const int g = _groupShown;
-    if (g == TQAppManager::User || g == TQAppManager::User1D) {
+    const Group g = _groupShown;
+    if (g == Group::User || g == Group::User1D) {
         menu->addAction(tr("Move to New Group"), this, &TQIconView::addSelectedAppToUserNewGroup);
         menu->addAction(tr("Remove Favorite"), this, &TQIconView::removeSelectedAppFromUser);
     } else {
@@ -877,7 +860,7 @@ std::unique_ptr<QMenu> TQIconView::contextualMenu()
     menu->addSeparator();
     menu->addAction(tr("Show in File Manager"), this, &TQIconView::showAppInFinder);
     const QString remover = _defaults.value(Key::AppRemoverName);
-    if (!remover.isEmpty() && g != TQAppManager::Running) {
+    if (!remover.isEmpty() && g != Group::Running) {
         menu->addSeparator();
         menu->addAction(tr("Send to %1").arg(remover), this, &TQIconView::sendAppForDeletion);
     }
@@ -897,8 +880,7 @@ void TQIconView::includeSelectedApp()
     const Coords at = _selectedCoords;
     const TQAppPtr app = appAtCoords(at);
     if (!app || !isExcluded(app)) return;
-    if (_groupShown == TQAppManager::Excluded || _groupShown == TQAppManager::Excluded1D)
-        showPoof();
+    if (_groupShown == Group::Excluded || _groupShown == Group::Excluded1D) showPoof();
     _catalogue.includeApp(app);
     redrawCell(at);
 }
@@ -908,8 +890,7 @@ void TQIconView::excludeSelectedApp()
     const Coords at = _selectedCoords;
     const TQAppPtr app = appAtCoords(at);
     if (!app || isExcluded(app)) return;
-    if (_groupShown != TQAppManager::Excluded && _groupShown != TQAppManager::Excluded1D)
-        showPoof();
+    if (_groupShown != Group::Excluded && _groupShown != Group::Excluded1D) showPoof();
     _catalogue.excludeApp(app);
     redrawCell(at);
 }
@@ -917,13 +898,13 @@ void TQIconView::excludeSelectedApp()
 void TQIconView::addSelectedAppToUser()
 {
     if (const TQAppPtr app = selectedApp())
-        _catalogue.moveApp(app, TQAppManager::User, 0, TQAppManager::kAtEnd);
+        _catalogue.moveApp(app, Group::User, 0, TQAppManager::kAtEnd);
 }
 
 void TQIconView::addSelectedAppToUserNewGroup()
 {
     if (const TQAppPtr app = selectedApp())
-        _catalogue.moveApp(app, TQAppManager::User, TQAppManager::kAtEnd, 0);
+        _catalogue.moveApp(app, Group::User, TQAppManager::kAtEnd, 0);
 }
 
 void TQIconView::removeSelectedAppFromUser()
@@ -1096,20 +1077,20 @@ bool TQIconView::isOpaque(std::uint64_t row, std::uint64_t col) const
         return false; // a pressed icon
     }
     switch (_groupShown) {
-    case TQAppManager::Included:
-    case TQAppManager::Included1D:
-    case TQAppManager::All:
-    case TQAppManager::All1D:
+    case Group::Included:
+    case Group::Included1D:
+    case Group::All:
+    case Group::All1D:
         if (isExcluded(app)) return false;
         break;
-    case TQAppManager::Excluded:
-    case TQAppManager::Excluded1D:
+    case Group::Excluded:
+    case Group::Excluded1D:
         if (!isExcluded(app)) return false;
         break;
     default:
         break;
     }
-    if (_functionKeyDown && _groupShown != TQAppManager::Running && !isRunning(app)) return false;
+    if (_functionKeyDown && _groupShown != Group::Running && !isRunning(app)) return false;
     return true;
 }
 
@@ -1117,7 +1098,7 @@ bool TQIconView::isHighlighted(std::uint64_t row, std::uint64_t col) const
 {
     const TQAppPtr app = appAtCoords(Coords::cell(row, col));
     if (!app) return false;
-    if (_groupShown != TQAppManager::Running && !_functionKeyDown && isRunning(app)) return true;
+    if (_groupShown != Group::Running && !_functionKeyDown && isRunning(app)) return true;
     if (!_drag.dropInProgress) return false;
     const TQAppPtr selected = selectedApp();
     return selected == app && _drag.droppableApps.contains(app.get());
@@ -1125,8 +1106,7 @@ bool TQIconView::isHighlighted(std::uint64_t row, std::uint64_t col) const
 
 bool TQIconView::isDecorated(std::uint64_t row, std::uint64_t col) const
 {
-    if (!_drag.moveInProgress ||
-        (_groupShown != TQAppManager::User && _groupShown != TQAppManager::User1D))
+    if (!_drag.moveInProgress || (_groupShown != Group::User && _groupShown != Group::User1D))
         return false;
     if (_selectedCoords.row != row || _selectedCoords.col != col) return false;
     const TQAppPtr app = appAtCoords(Coords::cell(row, col));
@@ -1260,8 +1240,8 @@ void TQIconView::drawBunchSeparators(QPainter &painter)
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, false);
     painter.setPen(QPen(colour, 1.0, Qt::SolidLine, Qt::FlatCap));
-    const bool rearranging = _drag.moveInProgress && (_groupShown == TQAppManager::User ||
-                                                      _groupShown == TQAppManager::User1D);
+    const bool rearranging =
+        _drag.moveInProgress && (_groupShown == Group::User || _groupShown == Group::User1D);
     const auto &gaps = _layout.bunchSpacingRects();
     const std::uint64_t last = _layout.bunchCount();
     const double m = IconGridLayout::kMargin;
@@ -1307,8 +1287,8 @@ void TQIconView::drawBunchSeparators(QPainter &painter)
 
 void TQIconView::drawBunchEndMarker(QPainter &painter)
 {
-    const bool rearranging = _drag.moveInProgress && (_groupShown == TQAppManager::User ||
-                                                      _groupShown == TQAppManager::User1D);
+    const bool rearranging =
+        _drag.moveInProgress && (_groupShown == Group::User || _groupShown == Group::User1D);
     const Coords &c = _selectedCoords;
     if (!rearranging || c.bunch == kNotFound || c.margin == kNotFound) return;
     const auto &bunches = _layout.bunchRects();

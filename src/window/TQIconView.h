@@ -15,6 +15,7 @@
 //
 // Modifier keys follow Kelp's Linux convention: Command is Ctrl, Control is Meta (Super), Option
 // is Alt. There is no function key on PC keyboards; it reads as never held.
+#include "catalogue/Group.h"
 #include "catalogue/TQApp.h"
 #include "window/IconGridLayout.h"
 #include "window/PanelColours.h"
@@ -45,12 +46,12 @@ public:
     // --- Group ----------------------------------------------------------------------------------
     // Shows group (0 to 9) unless it is already the one shown; remembers it as the group to
     // restore next time, resets the filter and the selection, and lays the group out.
-    void setGroupToShow(int group);
-    int groupToShow() const { return _groupToShow; }
-    int groupShown() const { return _groupShown; }
+    void setGroupToShow(kelp::Group group);
+    Group groupToShow() const { return _groupToShow; }
+    Group groupShown() const { return _groupShown; }
     // The group that group turns into with the modifier keys held now (Alt: included -> all) and
     // without bunches (orientation 0: two-level groups are shown flat).
-    int groupToShowConsideringModifiers(int group) const;
+    Group groupToShowConsideringModifiers(Group group) const;
 
     // --- Layout ---------------------------------------------------------------------------------
     // The size the panel fits itself to. An empty group gets the smallest panel: one empty cell.
@@ -151,7 +152,7 @@ Q_SIGNALS:
     void filterStringChanged(QString filterString, double resetInterval);
     void selectNextIconGroup();
     void selectPrevIconGroup();
-    void groupShownChanged(int group);
+    void groupShownChanged(kelp::Group group);
     // An application was launched from the panel; the panel hides without waiting for it.
     void appLaunched(std::shared_ptr<kelp::TQApp> app);
 
@@ -169,7 +170,7 @@ private:
     void fetchAppsShown();
     GridShape shapeOfAppsShown() const;
     TQAppPtr appOfCell(const IconGridLayout::CellInfo &cell) const;
-    void catalogueGroupChanged(int group);
+    void catalogueGroupChanged(Group group);
     void defaultsChanged(const QString &key);
     void rebuildExcludedSet();
 
@@ -200,8 +201,8 @@ private:
     IconGridLayout _layout;
     QSize _maxIconViewSize;
 
-    int _groupToShow = -1;
-    int _groupShown = -1;
+    Group _groupToShow = Group::None;
+    Group _groupShown = Group::None;
     bool _shownIsFlat = true;
     AppList _appsShownFlat;
     AppLists _appsShownBunches;

@@ -117,7 +117,7 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
     EXPECT_EQ(progress.at(1).at(0).toInt(), 0);
     EXPECT_FALSE(catalogue->isBusyScanning());
     // The walk is cached for the next start.
-    EXPECT_TRUE(QFile::exists(userFile(TQAppManager::kAllApplicationsFile)));
+    EXPECT_TRUE(QFile::exists(userFile(CatalogueFiles::kAllApplicationsFile)));
 
     defaults->setValue(QStringLiteral("maxFolderRecursionDepth"), 2);
     catalogue->scanSearchFoldersForAllApps();
@@ -176,7 +176,7 @@ TEST_F(Scan, StartFromTheCachedFileAndRescan)
 {
     setScanFolders({QStringLiteral("apps")});
     makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
-    catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All);
+    catalogue->rescanAllAppsPrioritizingGroup(Group::All);
     const QStringList first = paths(catalogue->allApps1D());
     ASSERT_FALSE(first.isEmpty());
 
@@ -185,7 +185,7 @@ TEST_F(Scan, StartFromTheCachedFileAndRescan)
     ASSERT_TRUE(test::writeFile(at(QStringLiteral("apps/a.desktop")), entry("Alpha Renamed")));
     makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
     QSignalSpy finished(catalogue.get(), &TQAppManager::rescanFinished);
-    catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All);
+    catalogue->rescanAllAppsPrioritizingGroup(Group::All);
     EXPECT_EQ(finished.size(), 1);
     QStringList cached = paths(catalogue->allApps1D());
     std::sort(cached.begin(), cached.end());
@@ -196,7 +196,7 @@ TEST_F(Scan, StartFromTheCachedFileAndRescan)
     EXPECT_EQ(catalogue->appForPath(at(QStringLiteral("apps/a.desktop")))->name(),
               QStringLiteral("Alpha Renamed"));
 
-    catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All); // group 5 is full: walks
+    catalogue->rescanAllAppsPrioritizingGroup(Group::All); // group 5 is full: walks
     EXPECT_TRUE(paths(catalogue->allApps1D()).contains(at(QStringLiteral("apps/new.desktop"))));
 }
 
@@ -207,7 +207,7 @@ TEST_F(Scan, BackgroundWalkReportsOnTheGuiThread)
     catalogue->setWalksInBackground(true);
     QSignalSpy finished(catalogue.get(), &TQAppManager::rescanFinished);
     QSignalSpy progress(catalogue.get(), &TQAppManager::progressStep);
-    catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All, true);
+    catalogue->rescanAllAppsPrioritizingGroup(Group::All, true);
     EXPECT_TRUE(catalogue->isWalking());
     ASSERT_TRUE(test::waitUntil([&] { return finished.size() == 1; }));
     EXPECT_EQ(catalogue->allApps1D().size(), 7);
@@ -233,7 +233,7 @@ TEST_F(Scan, LiveWatchAnswersABurstWithOneScan)
 {
     setScanFolders({QStringLiteral("apps")});
     makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
-    catalogue->rescanAllAppsPrioritizingGroup(TQAppManager::All, true);
+    catalogue->rescanAllAppsPrioritizingGroup(Group::All, true);
     QSignalSpy watching(catalogue.get(), &TQAppManager::watchStarted);
     catalogue->startSpotlightQuery();
     ASSERT_TRUE(test::waitUntil([&] { return watching.size() == 1; }));

@@ -33,7 +33,7 @@ protected:
         setAll({{Safari, Mail, Maps}, {TextEdit, Terminal}});
         view = std::make_unique<TQIconView>(*catalogue, *defaults);
         view->setMaxIconViewSize(QSize(800, 600));
-        view->setGroupToShow(TQAppManager::All);
+        view->setGroupToShow(Group::All);
     }
     void TearDown() override { view.reset(); }
 
@@ -72,22 +72,22 @@ protected:
 TEST_F(IconView, GroupShownFollowsAltAndOrientation)
 {
     QSignalSpy shown(view.get(), &TQIconView::groupShownChanged);
-    view->setGroupToShow(TQAppManager::Included);
-    EXPECT_EQ(view->groupShown(), TQAppManager::Included);
+    view->setGroupToShow(Group::Included);
+    EXPECT_EQ(view->groupShown(), Group::Included);
     EXPECT_EQ(defaults->integer(QStringLiteral("groupShownWhenWindowClosed")), 1);
 
     // Alt shows everything, included or not, until it is released.
     view->modifierKeysChanged(Qt::AltModifier);
-    EXPECT_EQ(view->groupShown(), TQAppManager::All);
+    EXPECT_EQ(view->groupShown(), Group::All);
     view->modifierKeysChanged(Qt::NoModifier);
-    EXPECT_EQ(view->groupShown(), TQAppManager::Included);
+    EXPECT_EQ(view->groupShown(), Group::Included);
     EXPECT_EQ(shown.size(), 3);
 
     // Without bunches a two-level group is shown in its flat form.
     defaults->setValue(QStringLiteral("groupOrientation"), qint64(0));
-    view->setGroupToShow(TQAppManager::User);
-    EXPECT_EQ(view->groupShown(), TQAppManager::User1D);
-    EXPECT_EQ(view->groupToShow(), TQAppManager::User);
+    view->setGroupToShow(Group::User);
+    EXPECT_EQ(view->groupShown(), Group::User1D);
+    EXPECT_EQ(view->groupToShow(), Group::User);
 }
 
 TEST_F(IconView, LayoutFollowsTheCatalogueAndEmptyGroupsGetTheSmallestPanel)
@@ -97,11 +97,11 @@ TEST_F(IconView, LayoutFollowsTheCatalogueAndEmptyGroupsGetTheSmallestPanel)
     QSignalSpy resized(view.get(), &TQIconView::subviewNeedsResizing);
     catalogue->excludeApp(app(Terminal));
     catalogue->excludeApp(app(TextEdit));
-    view->setGroupToShow(TQAppManager::Included);
+    view->setGroupToShow(Group::Included);
     EXPECT_EQ(view->layout().bunchCount(), 1u);
     EXPECT_GE(resized.size(), 1);
 
-    view->setGroupToShow(TQAppManager::User); // no favourites yet
+    view->setGroupToShow(Group::User); // no favourites yet
     EXPECT_EQ(view->layout().rowCount(), 0u);
     const int cell = 64 + 2 * 2;
     EXPECT_EQ(view->viewSize(), QSize(cell + 24, cell + 24));
@@ -216,7 +216,7 @@ TEST_F(IconView, CancelAndCtrlKeys)
     EXPECT_EQ(view->filterSubstring(), QString()) << "Ctrl-letters never filter";
 
     // Ctrl-"=" and Ctrl-"-" change the rows of a bunched group, never below one.
-    view->setGroupToShow(TQAppManager::All);
+    view->setGroupToShow(Group::All);
     const auto rows = view->layout().rowCount();
     QSignalSpy resized(view.get(), &TQIconView::subviewNeedsResizing);
     EXPECT_TRUE(key(Qt::Key_Equal, QStringLiteral("="), Qt::ControlModifier));
@@ -228,7 +228,7 @@ TEST_F(IconView, CancelAndCtrlKeys)
     EXPECT_EQ(view->layout().rowCount(), 1u);
     EXPECT_EQ(view->layout().colCount(), 5u);
 
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     EXPECT_FALSE(key(Qt::Key_Equal, QStringLiteral("="), Qt::ControlModifier));
 
     // Ctrl-"`" shows colour spectra, only while groups are sorted by colour.
@@ -316,14 +316,14 @@ TEST_F(IconView, ContextMenuPerGroup)
               (QStringList{"Exclude", "--", "Show in File Manager", "--", "Send to AppCleaner"}))
         << "already a favourite";
 
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     view->myMouseMoved(centreOf(Safari));
     defaults->setValue(QStringLiteral("appRemoverName"), QString());
     EXPECT_EQ(menuItems(),
               (QStringList{"Move to New Group", "Remove Favorite", "--", "Show in File Manager"}));
 
     catalogue->excludeApp(app(Terminal));
-    view->setGroupToShow(TQAppManager::Excluded);
+    view->setGroupToShow(Group::Excluded);
     view->myMouseMoved(centreOf(Terminal));
     EXPECT_EQ(menuItems().mid(0, 4),
               (QStringList{"Include", "--", "Add Favorite", "Add Favorite in New Group"}));
@@ -345,10 +345,10 @@ TEST_F(IconView, MenuActionsAndClicksChangeTheCatalogue)
     // favourite.
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Safari));
     EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{Safari}));
-    view->setGroupToShow(TQAppManager::Excluded1D);
+    view->setGroupToShow(Group::Excluded1D);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Safari));
     EXPECT_TRUE(catalogue->excludedApps1D().isEmpty());
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Mail));
     EXPECT_EQ(paths(catalogue->userApps()), (QList<QStringList>{{Maps}}));
 
@@ -357,7 +357,7 @@ TEST_F(IconView, MenuActionsAndClicksChangeTheCatalogue)
     app(Maps)->setPathIsValid(true);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Maps));
     EXPECT_EQ(launched.size(), 1);
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     app(Safari)->setPathIsValid(true);
     QTest::mousePress(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Safari));
     QTest::mouseRelease(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Maps));
@@ -425,7 +425,7 @@ TEST_F(IconView, ReturnStartsARealProgramWithoutWaitingForIt)
                    .arg(marker)
                    .toUtf8()));
     setAll({{entry, Safari}});
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     app(entry)->setPathIsValid(true);
 
     QSignalSpy launched(view.get(), &TQIconView::appLaunched);

@@ -85,15 +85,17 @@ protected:
 
 TEST_F(StatsControl, EveryGroupLightsItsButton)
 {
-    const int expected[][2] = {{0, 4}, {1, 1}, {2, 1}, {3, 2}, {4, 2}, {5, 0},
-                               {6, 0}, {7, 2}, {8, 3}, {9, 3}, {12, 2}};
+    const std::pair<Group, int> expected[] = {
+        {Group::Running, 4},    {Group::Included, 1}, {Group::Included1D, 1}, {Group::Excluded, 2},
+        {Group::Excluded1D, 2}, {Group::All, 0},      {Group::All1D, 0},      {Group::Missing, 2},
+        {Group::User, 3},       {Group::User1D, 3},   {Group::None, 2}};
     for (const auto &[group, index] : expected) {
         bar->selectButtonForGroup(group);
-        EXPECT_EQ(bar->indexOfSelectedButton(), index) << "group " << group;
+        EXPECT_EQ(bar->indexOfSelectedButton(), index) << "group " << storedGroup(group);
     }
     // Following the icon view asks for nothing.
     QSignalSpy requests(bar, &TQStatsControl::groupToShowRequested);
-    bar->selectButtonForGroup(7);
+    bar->selectButtonForGroup(Group::Missing);
     EXPECT_EQ(requests.count(), 0);
 }
 
@@ -102,7 +104,7 @@ TEST_F(StatsControl, CountsFollowTheCatalogue)
     EXPECT_EQ(labels(),
               QStringList({"3 Total", "3 Included", "0 Excluded", "0 Favorite", "0 Running"}));
     catalogue->excludeApp(app(Mail));
-    catalogue->moveApp(app(Safari), TQAppManager::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(Safari), Group::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
     EXPECT_EQ(labels(),
               QStringList({"3 Total", "2 Included", "1 Excluded", "1 Favorite", "0 Running"}));
     bar->setCount(99, 5); // no such button
@@ -144,7 +146,7 @@ TEST_F(StatsControl, LabelsShortenToFitTheWindow)
 TEST_F(StatsControl, TabSkipsButtonsThatAreNotTabbable)
 {
     QSignalSpy requests(bar, &TQStatsControl::groupToShowRequested);
-    bar->selectButtonForGroup(TQAppManager::Included);
+    bar->selectButtonForGroup(Group::Included);
 
     // No favourites: Included -> Running -> (wrap) Included; Total and Excluded are never tabbed.
     EXPECT_TRUE(key(Qt::Key_Tab));
@@ -154,10 +156,10 @@ TEST_F(StatsControl, TabSkipsButtonsThatAreNotTabbable)
     EXPECT_TRUE(key(Qt::Key_Backtab, Qt::ShiftModifier));
     EXPECT_EQ(bar->indexOfSelectedButton(), 4);
     ASSERT_EQ(requests.count(), 3);
-    EXPECT_EQ(requests.last().at(0).toInt(), TQAppManager::Running);
+    EXPECT_EQ(requests.last().at(0).value<Group>(), Group::Running);
 
     // The first favourite makes the Favorite button reachable.
-    catalogue->moveApp(app(Maps), TQAppManager::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(Maps), Group::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
     EXPECT_TRUE(key(Qt::Key_Backtab, Qt::ShiftModifier));
     EXPECT_EQ(bar->indexOfSelectedButton(), 3);
     EXPECT_TRUE(key(Qt::Key_Tab));
@@ -184,7 +186,7 @@ TEST_F(StatsControl, ClickSelectsTheButtonReleasedOn)
     EXPECT_EQ(bar->button(2).tempState, TQStatsControl::Normal);
     EXPECT_EQ(bar->indexOfSelectedButton(), 2);
     ASSERT_EQ(requests.count(), 1);
-    EXPECT_EQ(requests.at(0).at(0).toInt(), TQAppManager::Excluded);
+    EXPECT_EQ(requests.at(0).at(0).value<Group>(), Group::Excluded);
 
     // Released off every button: nothing is chosen.
     QTest::mousePress(bar, Qt::LeftButton, {}, centreOf(0));
@@ -208,7 +210,7 @@ TEST_F(StatsControl, DragRestingOnAButtonSwitchesAfterTheSpringDelay)
     ASSERT_TRUE(kelp::test::waitUntil([&] { return requests.count() > 0; }));
     EXPECT_GE(clock.elapsed(), 150 + 300 - 20);
     EXPECT_EQ(requests.count(), 1);
-    EXPECT_EQ(requests.at(0).at(0).toInt(), TQAppManager::Running);
+    EXPECT_EQ(requests.at(0).at(0).value<Group>(), Group::Running);
     EXPECT_EQ(bar->indexOfSelectedButton(), 4);
 
     // Leaving the bar cancels a pending switch.
