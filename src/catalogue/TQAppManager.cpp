@@ -168,12 +168,6 @@ AppList TQAppManager::appsFromPaths(const QStringList &paths)
     return apps;
 }
 
-void TQAppManager::announce(const QList<Group> &groups)
-{
-    for (Group group : groups)
-        announce(group);
-}
-
 // --- Files ----------------------------------------------------------------------------------
 
 void TQAppManager::readAllAppsFromDisk()
@@ -602,28 +596,6 @@ QStringList TQAppManager::spotlightScanPaths() const
 void TQAppManager::startSpotlightQuery()
 {
     _watcher.watch(spotlightScanPaths(), _maxRecursionDepth);
-}
-
-// --- Running applications -------------------------------------------------------------------
-
-void TQAppManager::setRunningApplications(std::shared_ptr<RunningApplications> running)
-{
-    _running.setRunningApplications(std::move(running));
-}
-
-void TQAppManager::quitApp(const TQAppPtr &app) const
-{
-    if (app) app->quit();
-}
-
-AppList TQAppManager::allAppsThatCanAcceptURL(const QUrl &item) const
-{
-    return RunningGroup::appsThatCanAcceptURL(item, _groups.all1D);
-}
-
-AppList TQAppManager::allAppsThatPreferURL(const QUrl &item) const
-{
-    return RunningGroup::appsThatPreferURL(item, _groups.all1D);
 }
 
 } // namespace kelp

@@ -150,11 +150,17 @@ public:
     // --- Running applications (see RunningGroup) ----------------------------------------------
     // Group 0 follows the desktop's running-application layer (desktop().running when the
     // catalogue is made).
-    void setRunningApplications(std::shared_ptr<RunningApplications> running);
+    void setRunningApplications(std::shared_ptr<RunningApplications> running)
+    {
+        _running.setRunningApplications(std::move(running));
+    }
     // Group 0, filled from the running layer first when it is empty.
     const AppList &runningApps() { return _running.appsFilled(); }
     bool isAppRunning(const TQAppPtr &app) const { return _running.isRunning(app); }
-    void quitApp(const TQAppPtr &app) const;
+    void quitApp(const TQAppPtr &app) const
+    {
+        if (app) app->quit();
+    }
     TQAppPtr activeApp() { return _running.activeApp(); }
     TQAppPtr lastActiveApp() { return _running.lastActiveApp(); }
     const AppList &frontApps() const { return _running.frontApps(); }
@@ -162,8 +168,14 @@ public:
     // group 0.
     void refreshRunningApps() { _running.refresh(_groups.all1D); }
     // The entries of group 6 that can open the item / that list its type among their preferred.
-    AppList allAppsThatCanAcceptURL(const QUrl &item) const;
-    AppList allAppsThatPreferURL(const QUrl &item) const;
+    AppList allAppsThatCanAcceptURL(const QUrl &item) const
+    {
+        return RunningGroup::appsThatCanAcceptURL(item, _groups.all1D);
+    }
+    AppList allAppsThatPreferURL(const QUrl &item) const
+    {
+        return RunningGroup::appsThatPreferURL(item, _groups.all1D);
+    }
 
     // --- Icon loading (TQAppManagerIcons.cpp) -------------------------------------------------
     // The icon parameters from the settings (maximumIconSize and the five colour-sort keys).
@@ -198,7 +210,11 @@ Q_SIGNALS:
 
 private:
     void announce(Group group) { Q_EMIT groupChanged(group); }
-    void announce(const QList<Group> &groups);
+    void announce(const QList<Group> &groups)
+    {
+        for (Group group : groups)
+            announce(group);
+    }
     void sortArray(AppList &array);
     void applyWalk(const WalkResult &result);
     void continueRescan(Group group);

@@ -46,16 +46,11 @@ TEST_F(Files, RoundTripThroughANewCatalogue)
     const QByteArray xml = test::readFile(userFile(CatalogueFiles::kUserApplicationsFile));
     EXPECT_TRUE(xml.contains("<array>\n\t<array>\n\t\t<string>/apps/Gamma.app</string>"))
         << xml.constData();
-}
 
-TEST_F(Files, MissingFlatListIsRebuiltFromTheBunches)
-{
-    makeCatalogue();
-    ASSERT_TRUE(QDir().mkpath(CatalogueFiles::catalogueFolder()));
-    ASSERT_TRUE(plist::writeXmlFile(userFile(CatalogueFiles::kUserApplicationsFile),
-                                    pathsVariant({{B}, {A, C}})));
+    // Without its flat order the favourites' bunches give it.
+    ASSERT_TRUE(QFile::remove(userFile(CatalogueFiles::kUserApplications1DFile)));
     catalogue->readUserAppsFromDisk();
-    EXPECT_EQ(paths(catalogue->userApps1D()), (QStringList{B, A, C}));
+    EXPECT_EQ(paths(catalogue->userApps1D()), (QStringList{C, B, A}));
 }
 
 TEST_F(Files, ExclusionsMergeTheMachineList)
