@@ -66,7 +66,7 @@ int printCatalogue(bool rescan, bool icons)
         else
             print();
     });
-    catalogue.rescanAllAppsPrioritizingGroup(TQAppManager::All, rescan);
+    catalogue.rescanAllAppsPrioritizingGroup(Group::All, rescan);
     const int status = QCoreApplication::exec();
     defaults.synchronize();
     return status;

@@ -89,11 +89,11 @@ BENCHMARK(BM_FullWalk)->Unit(benchmark::kMillisecond);
 
 void BM_StartFromCachedFile(benchmark::State &state)
 {
-    tree().catalogue()->rescanAllAppsPrioritizingGroup(TQAppManager::All,
+    tree().catalogue()->rescanAllAppsPrioritizingGroup(Group::All,
                                                        true); // writes the caches
     for (auto _ : state) {
         auto c = tree().catalogue();
-        c->rescanAllAppsPrioritizingGroup(TQAppManager::All);
+        c->rescanAllAppsPrioritizingGroup(Group::All);
         if (c->allApps1D().size() != kEntries) state.SkipWithError("wrong count");
     }
     state.SetItemsProcessed(state.iterations() * kEntries);
@@ -103,20 +103,20 @@ BENCHMARK(BM_StartFromCachedFile)->Unit(benchmark::kMillisecond);
 void BM_WriteAndReadFiles(benchmark::State &state)
 {
     auto c = tree().catalogue();
-    c->rescanAllAppsPrioritizingGroup(TQAppManager::All, true);
+    c->rescanAllAppsPrioritizingGroup(Group::All, true);
     const AppList flat = c->allApps1D();
-    const QString file = state.range(0) == 0   ? TQAppManager::kAllApplicationsFile
-                         : state.range(0) == 1 ? TQAppManager::kExcludedApplicationsFile
-                         : state.range(0) == 2 ? TQAppManager::kUserApplicationsFile
-                                               : TQAppManager::kUserApplications1DFile;
+    const QString file = state.range(0) == 0   ? CatalogueFiles::kAllApplicationsFile
+                         : state.range(0) == 1 ? CatalogueFiles::kExcludedApplicationsFile
+                         : state.range(0) == 2 ? CatalogueFiles::kUserApplicationsFile
+                                               : CatalogueFiles::kUserApplications1DFile;
     const bool twoLevel = state.range(0) == 0 || state.range(0) == 2;
     state.SetLabel(file.toStdString());
     for (auto _ : state) {
         if (twoLevel)
-            c->writeAppArrays(c->allApps(), file);
+            c->files().write(TQAppManager::pathArraysFromAppArrays(c->allApps()), file);
         else
-            c->writeAppArrays(flat, file);
-        const QVariant back = c->readPathArraysFromAppSupportFile(file, TQAppManager::UserDomain);
+            c->files().write(TQAppManager::pathsFromApps(flat), file);
+        const QVariant back = c->files().read(file, CatalogueFiles::UserDomain);
         benchmark::DoNotOptimize(back);
     }
     state.SetItemsProcessed(state.iterations() * kEntries);

@@ -33,7 +33,7 @@ struct World
         registerAllDefaults(*defaults);
         catalogue = std::make_unique<TQAppManager>(*defaults, nullptr);
         catalogue->setWalksInBackground(false);
-        catalogue->setUsesApplicationSupportFolder(false);
+        catalogue->files().setUsesApplicationSupportFolder(false);
     }
     static World &instance()
     {
@@ -66,7 +66,7 @@ void BM_BarPaint(benchmark::State &state)
     auto *bar = new TQStatsControl(*w.catalogue, *w.defaults, &parent);
     bar->setGeometry(38, 10, 100, 20);
     parent.resize(1000, 40);
-    bar->selectButtonForGroup(1);
+    bar->selectButtonForGroup(Group::Included);
     QImage image(bar->size(), QImage::Format_ARGB32_Premultiplied);
     for (auto _ : state) {
         image.fill(Qt::transparent);
@@ -105,7 +105,7 @@ void BM_PanelFitsNewViewSize(benchmark::State &state)
     for (auto _ : state) {
         // Both shapes are laid out by the icon view; what is timed is mostly the panel's refit.
         state.PauseTiming();
-        w.catalogue->setUsesApplicationSupportFolder(false);
+        w.catalogue->files().setUsesApplicationSupportFolder(false);
         QVariantList folders{QVariant((toggle = !toggle) ? small : large)};
         w.defaults->setValue("AllApplications", folders);
         w.catalogue->readAllAppsFromDisk();

@@ -31,7 +31,7 @@ struct Panel
     std::unique_ptr<TQAppManager> catalogue;
     std::unique_ptr<TQIconView> view;
 
-    explicit Panel(int group)
+    explicit Panel(Group group)
     {
         qputenv("HOME", home.path().toUtf8());
         qputenv("XDG_DATA_HOME", home.filePath(QStringLiteral("data")).toUtf8());
@@ -54,9 +54,9 @@ struct Panel
                              .arg(f * 100 + i);
             folders.append(QVariant(paths));
         }
-        QDir().mkpath(TQAppManager::catalogueFolder());
-        plist::writeXmlFile(TQAppManager::catalogueFolder() + QStringLiteral("/") +
-                                TQAppManager::kAllApplicationsFile,
+        QDir().mkpath(CatalogueFiles::catalogueFolder());
+        plist::writeXmlFile(CatalogueFiles::catalogueFolder() + QStringLiteral("/") +
+                                CatalogueFiles::kAllApplicationsFile,
                             folders);
         catalogue->readAllAppsFromDisk();
 
@@ -81,7 +81,7 @@ struct Panel
     void paint(QImage &image) { view->render(&image, QPoint(), QRegion(), QWidget::DrawChildren); }
 };
 
-void layoutAndPaint(benchmark::State &state, int group)
+void layoutAndPaint(benchmark::State &state, Group group)
 {
     Panel panel(group);
     QImage image(panel.view->viewSize(), QImage::Format_ARGB32_Premultiplied);
@@ -97,19 +97,19 @@ void layoutAndPaint(benchmark::State &state, int group)
 
 void BM_LayoutAndPaintFlat(benchmark::State &state)
 {
-    layoutAndPaint(state, TQAppManager::All1D);
+    layoutAndPaint(state, Group::All1D);
 }
 BENCHMARK(BM_LayoutAndPaintFlat)->Unit(benchmark::kMillisecond);
 
 void BM_LayoutAndPaintBunches(benchmark::State &state)
 {
-    layoutAndPaint(state, TQAppManager::All);
+    layoutAndPaint(state, Group::All);
 }
 BENCHMARK(BM_LayoutAndPaintBunches)->Unit(benchmark::kMillisecond);
 
 void BM_LayoutOnly(benchmark::State &state)
 {
-    Panel panel(TQAppManager::All);
+    Panel panel(Group::All);
     for (auto _ : state)
         panel.view->resizeViewForced(true);
 }
@@ -118,7 +118,7 @@ BENCHMARK(BM_LayoutOnly)->Unit(benchmark::kMicrosecond);
 // A typed letter dims the entries that do not match; the grid is painted again.
 void BM_KeyToRepaintedGrid(benchmark::State &state)
 {
-    Panel panel(TQAppManager::All1D);
+    Panel panel(Group::All1D);
     QImage image(panel.view->viewSize(), QImage::Format_ARGB32_Premultiplied);
     QKeyEvent letter(QEvent::KeyPress, Qt::Key_M, Qt::NoModifier, QStringLiteral("m"));
     QKeyEvent back(QEvent::KeyPress, Qt::Key_Backspace, Qt::NoModifier, QString());
@@ -135,7 +135,7 @@ BENCHMARK(BM_KeyToRepaintedGrid)->Unit(benchmark::kMillisecond);
 // A hit test as the pointer moves.
 void BM_PointerHitTest(benchmark::State &state)
 {
-    Panel panel(TQAppManager::All);
+    Panel panel(Group::All);
     const QSize size = panel.view->viewSize();
     int i = 0;
     for (auto _ : state) {

@@ -28,8 +28,8 @@ QJsonArray pathsJson(const AppLists &apps)
 QJsonObject catalogueReport(const TQAppManager &catalogue)
 {
     QJsonObject report;
-    for (int group = 0; group <= 9; ++group) {
-        const QString name = TQAppManager::arrayNameForGroup(group);
+    for (Group group : kAllGroups) {
+        const QString name = arrayName(group);
         if (const AppList *flat = catalogue.flatArrayForGroup(group))
             report.insert(name, pathsJson(*flat));
         else if (const AppLists *twoLevel = catalogue.bunchedArrayForGroup(group))

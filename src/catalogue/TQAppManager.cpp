@@ -4,105 +4,16 @@
 #include "catalogue/TQNode.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
-#include "extras/Plist.h"
 #include "platform/AppsOnDisk.h"
 #include "platform/Desktop.h"
 #include "platform/RunningApplications.h"
 #include "settings/Defaults.h"
 
-#include <QDataStream>
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
 #include <QFileInfo>
-#include <QFileSystemWatcher>
-#include <QSaveFile>
-#include <QStandardPaths>
-#include <QThreadPool>
 
 #include <algorithm>
 
 namespace kelp {
-namespace {
-
-bool containsApp(const AppList &list, const TQAppPtr &app)
-{
-    if (!app) return false;
-    return std::any_of(list.cbegin(), list.cend(),
-                       [&](const TQAppPtr &a) { return a->path() == app->path(); });
-}
-
-qsizetype indexOfApp(const AppList &list, const TQAppPtr &app)
-{
-    if (!app) return -1;
-    for (qsizetype i = 0; i < list.size(); ++i) {
-        if (list.at(i)->path() == app->path()) return i;
-    }
-    return -1;
-}
-
-QSet<QString> pathSet(const AppList &list)
-{
-    QSet<QString> set;
-    set.reserve(list.size());
-    for (const TQAppPtr &a : list)
-        set.insert(a->path());
-    return set;
-}
-
-// Removes the entries whose path is in the set; returns whether anything was removed.
-bool removePaths(AppList &list, const QSet<QString> &paths)
-{
-    const qsizetype before = list.size();
-    list.removeIf([&](const TQAppPtr &a) { return paths.contains(a->path()); });
-    return list.size() != before;
-}
-
-bool sharesAny(const AppList &list, const QSet<QString> &paths)
-{
-    return std::any_of(list.cbegin(), list.cend(),
-                       [&](const TQAppPtr &a) { return paths.contains(a->path()); });
-}
-
-qint64 clampIndex(qint64 index, qsizetype count)
-{
-    return std::clamp<qint64>(index, 0, static_cast<qint64>(count));
-}
-
-bool isTwoLevelVariant(const QVariantList &list)
-{
-    return !list.isEmpty() && list.first().typeId() == QMetaType::QVariantList;
-}
-
-QStringList stringsOf(const QVariant &value)
-{
-    QStringList out;
-    for (const QVariant &v : value.toList()) {
-        if (v.typeId() == QMetaType::QString && !v.toString().isEmpty()) out.append(v.toString());
-    }
-    return out;
-}
-
-QString nameCachePath()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-           QStringLiteral("/Kelp/AppNames.cache");
-}
-
-// Keeps a file that could not be understood beside the new one, so nothing the user arranged is
-// lost for good when Kelp writes the file again.
-void keepAside(const QString &path, const QString &reason)
-{
-    const QString aside = path + QStringLiteral(".corrupt-") +
-                          QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
-    if (QFile::rename(path, aside))
-        qCWarning(lcCatalogue).noquote()
-            << path << "could not be read (" + reason + "); kept as" << aside;
-    else
-        qCWarning(lcCatalogue).noquote() << path << "could not be read (" + reason + ")";
-}
-
-} // namespace
 
 QVariantMap TQAppManager::registeredDefaults()
 {
@@ -111,14 +22,17 @@ QVariantMap TQAppManager::registeredDefaults()
 
 TQAppManager::TQAppManager(Defaults &defaults, std::shared_ptr<const AppsOnDisk> appsOnDisk,
                            QObject *parent)
-    : QObject(parent), _defaults(defaults), _appsOnDisk(std::move(appsOnDisk))
+    : QObject(parent), _defaults(defaults), _appsOnDisk(std::move(appsOnDisk)), _files(defaults),
+      _running(
+          defaults, _names, [this](const QString &path) { return existingAppForPath(path); },
+          [this](const AppList &apps) { loadIconsForApps(apps); })
 {
     _defaults.registerDefaults(registeredDefaults());
     updateMaxRecursionDepth();
 
-    _fullScanTimer.setSingleShot(true);
-    _fullScanTimer.setInterval(5000);
-    connect(&_fullScanTimer, &QTimer::timeout, this, &TQAppManager::fullScan);
+    connect(&_watcher, &ScanFolderWatcher::scanDue, this, &TQAppManager::fullScan);
+    connect(&_watcher, &ScanFolderWatcher::watchStarted, this, &TQAppManager::watchStarted);
+    connect(&_running, &RunningGroup::changed, this, [this]() { announce(Group::Running); });
 
     // Several edits of the scan-folder list in a row cause one scan, once the edits are over.
     _scanPathListTimer.setSingleShot(true);
@@ -160,95 +74,71 @@ TQAppPtr TQAppManager::existingAppForPath(const QString &path) const
 
 void TQAppManager::nameEntry(const TQAppPtr &app)
 {
-    if (!_nameCacheLoaded) loadNameCache();
-    const auto cached = _nameCache.constFind(app->path());
-    app->setDisplayName(cached == _nameCache.constEnd() ? QString() : cached->name);
+    app->setDisplayName(_names.name(app->path()));
 }
 
-bool TQAppManager::isTwoLevelGroup(int group)
-{
-    return group == Included || group == Excluded || group == All || group == User;
-}
-
-const AppList *TQAppManager::flatArrayForGroup(int group) const
+const AppList *TQAppManager::flatArrayForGroup(Group group) const
 {
     switch (group) {
-    case Running:
-        return &_runningApps;
-    case Included1D:
-        return &_includedApps1D;
-    case Excluded1D:
-        return &_excludedApps1D;
-    case All1D:
-        return &_allApps1D;
-    case Missing:
-        return &_missingApps;
-    case User1D:
-        return &_userApps1D;
+    case Group::Running:
+        return &_running.apps();
+    case Group::Included1D:
+        return &_groups.included1D;
+    case Group::Excluded1D:
+        return &_groups.excluded1D;
+    case Group::All1D:
+        return &_groups.all1D;
+    case Group::Missing:
+        return &_groups.missing;
+    case Group::User1D:
+        return &_groups.user1D;
     default:
         return nullptr;
     }
 }
 
-const AppLists *TQAppManager::bunchedArrayForGroup(int group) const
+const AppLists *TQAppManager::bunchedArrayForGroup(Group group) const
 {
     switch (group) {
-    case Included:
-        return &_includedApps;
-    case Excluded:
-        return &_excludedApps;
-    case All:
-        return &_allApps;
-    case User:
-        return &_userApps;
+    case Group::Included:
+        return &_groups.included;
+    case Group::Excluded:
+        return &_groups.excluded;
+    case Group::All:
+        return &_groups.all;
+    case Group::User:
+        return &_groups.user;
     default:
         return nullptr;
     }
-}
-
-int TQAppManager::groupForAppArray(const void *array) const
-{
-    static const int order[] = {Running,  All,        All1D,   Included, Included1D,
-                                Excluded, Excluded1D, Missing, User,     User1D};
-    for (int group : order) {
-        const void *candidate = isTwoLevelGroup(group)
-                                    ? static_cast<const void *>(bunchedArrayForGroup(group))
-                                    : static_cast<const void *>(flatArrayForGroup(group));
-        if (candidate == array) return group;
-    }
-    return NoGroup;
-}
-
-QString TQAppManager::arrayNameForGroup(int group)
-{
-    static const char *names[] = {
-        "runningApps", "includedApps", "includedApps1D", "excludedApps", "excludedApps1D",
-        "allApps",     "allApps1D",    "missingApps",    "userApps",     "userApps1D"};
-    return group >= 0 && group <= 9 ? QString::fromLatin1(names[group]) : QString();
 }
 
 qsizetype TQAppManager::allAppsTotalCount() const
 {
     qsizetype n = 0;
-    for (const AppList &inner : _allApps)
+    for (const AppList &inner : _groups.all)
         n += inner.size();
     return n;
 }
 
-qsizetype TQAppManager::allAppsLongestArrayCount() const
+namespace {
+qsizetype longest(const AppLists &lists)
 {
     qsizetype n = 0;
-    for (const AppList &inner : _allApps)
+    for (const AppList &inner : lists)
         n = std::max(n, inner.size());
     return n;
+}
+} // namespace
+
+qsizetype TQAppManager::allAppsLongestArrayCount() const
+{
+    return longest(_groups.all);
 }
 
 qsizetype TQAppManager::includedAppsLongestArrayCount() const
 {
-    qsizetype n = 0;
-    for (const AppList &inner : _includedApps)
-        n = std::max(n, inner.size());
-    return n;
+    return longest(_groups.included);
 }
 
 QStringList TQAppManager::pathsFromApps(const AppList &apps)
@@ -278,172 +168,26 @@ AppList TQAppManager::appsFromPaths(const QStringList &paths)
     return apps;
 }
 
-AppLists TQAppManager::appArraysFromPathArrays(const QList<QStringList> &paths)
-{
-    AppLists out;
-    out.reserve(paths.size());
-    for (const QStringList &inner : paths)
-        out.append(appsFromPaths(inner));
-    return out;
-}
-
-void TQAppManager::announce(int group)
-{
-    switch (group) {
-    case Running:
-        Q_EMIT runningAppsChanged();
-        break;
-    case Included:
-        Q_EMIT includedAppsChanged();
-        break;
-    case Included1D:
-        Q_EMIT includedApps1DChanged();
-        break;
-    case Excluded:
-        Q_EMIT excludedAppsChanged();
-        break;
-    case Excluded1D:
-        Q_EMIT excludedApps1DChanged();
-        break;
-    case All:
-        Q_EMIT allAppsChanged();
-        break;
-    case All1D:
-        Q_EMIT allApps1DChanged();
-        break;
-    case Missing:
-        Q_EMIT missingAppsChanged();
-        break;
-    case User:
-        Q_EMIT userAppsChanged();
-        break;
-    case User1D:
-        Q_EMIT userApps1DChanged();
-        break;
-    default:
-        break;
-    }
-}
-
 // --- Files ----------------------------------------------------------------------------------
-
-QString TQAppManager::catalogueFolder()
-{
-    QString base = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    if (base.isEmpty()) base = QDir::tempPath();
-    return base + QStringLiteral("/Kelp");
-}
-
-QStringList TQAppManager::machineCatalogueFolders()
-{
-    QStringList out;
-    const QString user = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    for (const QString &dir :
-         QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation)) {
-        if (dir != user) out.append(dir + QStringLiteral("/Kelp"));
-    }
-    return out;
-}
-
-bool TQAppManager::writePaths(const QVariant &paths, const QString &fileName, Domain domain)
-{
-    if (domain != UserDomain) return false; // the machine's files are the administrator's
-    if (!_usesApplicationSupportFolder) {
-        _defaults.setValue(QFileInfo(fileName).completeBaseName(), paths);
-        _defaults.synchronize();
-        return true;
-    }
-    const QString folder = catalogueFolder();
-    if (!QDir().mkpath(folder)) {
-        qCWarning(lcCatalogue) << "Cannot create the catalogue folder" << folder;
-        return false;
-    }
-    QString error;
-    const QString path = folder + QLatin1Char('/') + fileName;
-    if (!plist::writeXmlFile(path, paths, &error)) {
-        qCWarning(lcCatalogue).noquote() << "Cannot write" << path << ":" << error;
-        return false;
-    }
-    return true;
-}
-
-bool TQAppManager::writeAppArrays(const AppList &apps, const QString &fileName, Domain domain)
-{
-    return writePaths(QVariant(pathsFromApps(apps)), fileName, domain);
-}
-
-bool TQAppManager::writeAppArrays(const AppLists &apps, const QString &fileName, Domain domain)
-{
-    QVariantList outer;
-    outer.reserve(apps.size());
-    for (const AppList &inner : apps)
-        outer.append(QVariant(pathsFromApps(inner)));
-    return writePaths(QVariant(outer), fileName, domain);
-}
-
-QVariant TQAppManager::readPathArraysFromAppSupportFile(const QString &fileName, Domain domain)
-{
-    if (!_usesApplicationSupportFolder) {
-        if (domain != UserDomain) return {};
-        const QVariant v = _defaults.value(QFileInfo(fileName).completeBaseName());
-        return v.typeId() == QMetaType::QVariantList ? v : QVariant();
-    }
-    const QStringList folders =
-        domain == UserDomain ? QStringList{catalogueFolder()} : machineCatalogueFolders();
-    QVariantList merged;
-    bool found = false;
-    for (const QString &folder : folders) {
-        const QString path = folder + QLatin1Char('/') + fileName;
-        const plist::ReadResult read = plist::readFile(path);
-        switch (read.status) {
-        case plist::ReadResult::Missing:
-            continue;
-        case plist::ReadResult::Unreadable:
-            qCWarning(lcCatalogue).noquote() << "Cannot read" << path << ":" << read.error;
-            continue;
-        case plist::ReadResult::Corrupt:
-            if (domain == UserDomain)
-                keepAside(path, read.error);
-            else
-                qCWarning(lcCatalogue).noquote() << "Ignoring" << path << ":" << read.error;
-            continue;
-        case plist::ReadResult::Ok:
-            break;
-        }
-        if (read.value.typeId() != QMetaType::QVariantList) {
-            if (domain == UserDomain)
-                keepAside(path, QStringLiteral("its root is not an array"));
-            else
-                qCWarning(lcCatalogue).noquote()
-                    << "Ignoring" << path << ": its root is not an array";
-            continue;
-        }
-        found = true;
-        merged.append(read.value.toList());
-    }
-    return found ? QVariant(merged) : QVariant();
-}
 
 void TQAppManager::readAllAppsFromDisk()
 {
-    const QVariantList root =
-        readPathArraysFromAppSupportFile(kAllApplicationsFile, UserDomain).toList();
-    if (!isTwoLevelVariant(root)) return;
-    AppLists all;
-    for (const QVariant &inner : root) {
-        const QStringList paths = stringsOf(inner);
-        if (!paths.isEmpty()) all.append(appsFromPaths(paths));
-    }
-    _allApps = all;
-    announce(All);
+    const auto all = CatalogueFiles::pathListsIn(
+        _files.read(CatalogueFiles::kAllApplicationsFile, CatalogueFiles::UserDomain));
+    if (!all) return;
+    _groups.all.clear();
+    for (const QStringList &paths : *all)
+        _groups.all.append(appsFromPaths(paths));
+    announce(Group::All);
     rebuildAllApps1D();
 }
 
 void TQAppManager::readExcludedApps1DFromDisk()
 {
-    QStringList paths =
-        stringsOf(readPathArraysFromAppSupportFile(kExcludedApplicationsFile, UserDomain));
-    paths += stringsOf(readPathArraysFromAppSupportFile(kExcludedApplicationsFile, LocalDomain));
+    const QString file = CatalogueFiles::kExcludedApplicationsFile;
+    const QStringList paths =
+        CatalogueFiles::pathsIn(_files.read(file, CatalogueFiles::UserDomain)) +
+        CatalogueFiles::pathsIn(_files.read(file, CatalogueFiles::LocalDomain));
     QSet<QString> unique;
     AppList excluded;
     for (const QString &p : paths) {
@@ -453,119 +197,67 @@ void TQAppManager::readExcludedApps1DFromDisk()
         excluded.append(appForPath(standard));
     }
     if (excluded.isEmpty()) return;
-    _excludedApps1D = excluded;
-    sortArray(_excludedApps1D);
-    announce(Excluded1D);
+    _groups.excluded1D = excluded;
+    sortArray(_groups.excluded1D);
+    announce(Group::Excluded1D);
 }
 
 void TQAppManager::readUserAppsFromDisk()
 {
-    const QVariant file = readPathArraysFromAppSupportFile(kUserApplicationsFile, UserDomain);
+    const QVariant file =
+        _files.read(CatalogueFiles::kUserApplicationsFile, CatalogueFiles::UserDomain);
     if (!file.isValid()) return;
-    const QVariantList root = file.toList();
-    if (isTwoLevelVariant(root)) {
-        AppLists bunches;
-        for (const QVariant &inner : root) {
-            const QStringList paths = stringsOf(inner);
-            if (!paths.isEmpty()) bunches.append(appsFromPaths(paths)); // a bunch is never empty
-        }
-        _userApps = bunches;
-        announce(User);
+    if (const auto bunches = CatalogueFiles::pathListsIn(file)) {
+        _groups.user.clear();
+        for (const QStringList &paths : *bunches)
+            _groups.user.append(appsFromPaths(paths)); // a bunch is never empty
+        announce(Group::User);
     }
-    const QStringList flat =
-        stringsOf(readPathArraysFromAppSupportFile(kUserApplications1DFile, UserDomain));
+    const QStringList flat = CatalogueFiles::pathsIn(
+        _files.read(CatalogueFiles::kUserApplications1DFile, CatalogueFiles::UserDomain));
     if (!flat.isEmpty()) {
-        _userApps1D = appsFromPaths(flat);
-        announce(User1D);
+        _groups.user1D = appsFromPaths(flat);
+        announce(Group::User1D);
     } else {
         rebuildUserApps1D();
     }
 }
 
-void TQAppManager::writeUserFiles()
+void TQAppManager::favouritesChanged()
 {
-    writeAppArrays(_userApps, kUserApplicationsFile);
-    writeAppArrays(_userApps1D, kUserApplications1DFile);
+    announce({Group::User, Group::User1D});
+    _files.write(pathArraysFromAppArrays(_groups.user), CatalogueFiles::kUserApplicationsFile);
+    _files.write(pathsFromApps(_groups.user1D), CatalogueFiles::kUserApplications1DFile);
 }
 
 void TQAppManager::writeExclusionFile()
 {
-    writeAppArrays(_excludedApps1D, kExcludedApplicationsFile);
+    _files.write(pathsFromApps(_groups.excluded1D), CatalogueFiles::kExcludedApplicationsFile);
 }
 
 // --- Derivations ----------------------------------------------------------------------------
 
 void TQAppManager::rebuildAllApps1D()
 {
-    _allApps1D.clear();
-    for (const AppList &inner : _allApps)
-        _allApps1D.append(inner);
-    announce(All1D);
+    _groups.all1D = GroupDerivation::flatten(_groups.all);
+    announce(Group::All1D);
 }
 
 void TQAppManager::rebuildUserApps1D()
 {
-    _userApps1D.clear();
-    for (const AppList &bunch : _userApps)
-        _userApps1D.append(bunch);
-    announce(User1D);
+    _groups.user1D = GroupDerivation::flatten(_groups.user);
+    announce(Group::User1D);
 }
 
 void TQAppManager::rebuildEverythingSet()
 {
-    QHash<QString, TQAppPtr> set;
-    for (const AppList &inner : _allApps)
-        for (const TQAppPtr &a : inner)
-            set.insert(a->path(), a);
-    for (const AppList &bunch : _userApps)
-        for (const TQAppPtr &a : bunch)
-            set.insert(a->path(), a);
-    _everything = set;
+    _everything = GroupDerivation::everything(_groups);
 }
 
 void TQAppManager::rebuildDependentApps()
 {
-    const QSet<QString> all = pathSet(_allApps1D);
-
-    // An excluded application that the scan no longer finds is missing.
-    _missingApps.clear();
-    for (const TQAppPtr &a : std::as_const(_excludedApps1D)) {
-        if (!all.contains(a->path())) _missingApps.append(a);
-    }
-    announce(Missing);
-
-    const QSet<QString> missing = pathSet(_missingApps);
-    if (sharesAny(_userApps1D, missing)) {
-        for (AppList &bunch : _userApps)
-            removePaths(bunch, missing); // emptied bunches stay
-        removePaths(_userApps1D, missing);
-        announce(User);
-        announce(User1D);
-    }
-    if (!_missingApps.isEmpty()) {
-        removePaths(_excludedApps1D, missing);
-        sortArray(_excludedApps1D);
-        announce(Excluded1D);
-    }
-
-    const QSet<QString> excluded = pathSet(_excludedApps1D);
-    _includedApps.clear();
-    _includedApps1D.clear();
-    _excludedApps.clear();
-    for (const AppList &inner : std::as_const(_allApps)) {
-        AppList included, excludedPart;
-        for (const TQAppPtr &a : inner)
-            (excluded.contains(a->path()) ? excludedPart : included).append(a);
-        if (!included.isEmpty()) {
-            _includedApps.append(included);
-            _includedApps1D.append(included);
-        }
-        if (!excludedPart.isEmpty()) _excludedApps.append(excludedPart);
-    }
-    sortArray(_includedApps1D);
-    announce(Excluded);
-    announce(Included);
-    announce(Included1D);
+    announce(
+        GroupDerivation::rebuildDependent(_groups, [this](AppList &array) { sortArray(array); }));
 }
 
 // --- Exclusions -----------------------------------------------------------------------------
@@ -573,9 +265,9 @@ void TQAppManager::rebuildDependentApps()
 void TQAppManager::excludeApp(const TQAppPtr &app)
 {
     if (!app) return;
-    if (!containsApp(_excludedApps1D, app)) {
-        _excludedApps1D.append(app);
-        announce(Excluded1D);
+    if (!containsApp(_groups.excluded1D, app)) {
+        _groups.excluded1D.append(app);
+        announce(Group::Excluded1D);
         writeExclusionFile();
     }
     rebuildDependentApps();
@@ -584,65 +276,41 @@ void TQAppManager::excludeApp(const TQAppPtr &app)
 void TQAppManager::includeApp(const TQAppPtr &app)
 {
     if (!app) return;
-    removePaths(_excludedApps1D, {app->path()});
-    announce(Excluded1D);
+    removePaths(_groups.excluded1D, {app->path()});
+    announce(Group::Excluded1D);
     writeExclusionFile();
     rebuildDependentApps();
-}
-
-QString TQAppManager::dockPreferencesFile()
-{
-    return QDir::homePath() + QStringLiteral("/Library/Preferences/com.apple.dock.plist");
 }
 
 int TQAppManager::autoExcludeDockApps(bool dockApps, bool namedApps)
 {
     int count = 0;
     auto exclude = [&](const TQAppPtr &app) {
-        if (app && containsApp(_allApps1D, app) && !containsApp(_excludedApps1D, app)) {
-            _excludedApps1D.append(app);
+        if (app && containsApp(_groups.all1D, app) && !containsApp(_groups.excluded1D, app)) {
+            _groups.excluded1D.append(app);
             ++count;
         }
     };
     if (namedApps) {
-        for (const TQAppPtr &a : std::as_const(_allApps1D)) {
+        for (const TQAppPtr &a : std::as_const(_groups.all1D)) {
             if (a->containsExcludedKeywords()) exclude(a);
         }
     }
     if (dockApps) {
-        const plist::ReadResult dock = plist::readFile(dockPreferencesFile());
-        if (dock.ok()) {
-            for (const QVariant &item :
-                 dock.value.toMap().value(QStringLiteral("persistent-apps")).toList()) {
-                const QString url = item.toMap()
-                                        .value(QStringLiteral("tile-data"))
-                                        .toMap()
-                                        .value(QStringLiteral("file-data"))
-                                        .toMap()
-                                        .value(QStringLiteral("_CFURLString"))
-                                        .toString();
-                if (url.isEmpty()) continue;
-                // Taken as a path even when it is written as a file URL.
-                const QString path =
-                    url.startsWith(QLatin1String("file:")) ? QUrl(url).toLocalFile() : url;
-                exclude(appForPath(path));
-            }
-        } else if (dock.status != plist::ReadResult::Missing) {
-            qCInfo(lcCatalogue).noquote()
-                << "Ignoring the dock file" << dockPreferencesFile() << ":" << dock.error;
-        }
+        for (const QString &path : CatalogueFiles::dockApplicationPaths())
+            exclude(appForPath(path));
         // The desktop's own favourites are already one click away.
         if (_appsOnDisk) {
             const QStringList ids = _appsOnDisk->desktopFavouriteIds();
             if (!ids.isEmpty()) {
-                for (const TQAppPtr &a : std::as_const(_allApps1D)) {
+                for (const TQAppPtr &a : std::as_const(_groups.all1D)) {
                     if (ids.contains(desktopIdForPath(a->path()))) exclude(a);
                 }
             }
         }
     }
     if (count > 0) {
-        announce(Excluded1D);
+        announce(Group::Excluded1D);
         writeExclusionFile();
         rebuildDependentApps();
     }
@@ -651,242 +319,74 @@ int TQAppManager::autoExcludeDockApps(bool dockApps, bool namedApps)
 
 // --- Favourites -----------------------------------------------------------------------------
 
-void TQAppManager::moveApp(const TQAppPtr &app, int group, qint64 bunch, qint64 index)
+void TQAppManager::moveApp(const TQAppPtr &app, Group group, qint64 bunch, qint64 index)
 {
-    if (!app || (group != User && group != User1D)) return;
-
-    if (group == User1D) {
-        const qsizetype i = indexOfApp(_userApps1D, app);
-        if (i == index) return;
-        qint64 target = index;
-        if (i < 0) {
-            _userApps.append(AppList{app});
-        } else {
-            _userApps1D.removeAt(i);
-            if (i < index) --target;
-        }
-        _userApps1D.insert(clampIndex(target, _userApps1D.size()), app);
-        announce(User);
-        announce(User1D);
-        writeUserFiles();
-        return;
-    }
-
-    // Bunches.
-    qsizetype f = -1, p = -1;
-    for (qsizetype b = 0; b < _userApps.size() && f < 0; ++b) {
-        const qsizetype at = indexOfApp(_userApps.at(b), app);
-        if (at >= 0) {
-            f = b;
-            p = at;
-        }
-    }
-    const qsizetype countBefore = _userApps.size();
-    qint64 targetBunch = bunch;
-    qint64 targetIndex = index;
-    if (f >= 0) {
-        if (f == bunch && p == index) return;
-        _userApps[f].removeAt(p);
-        if (_userApps.at(f).isEmpty() && f != bunch) {
-            _userApps.removeAt(f);
-            if (f < bunch) --targetBunch;
-        } else if (targetBunch == f && p < index) {
-            --targetIndex;
-        }
-    } else {
-        _userApps1D.append(app);
-    }
-    targetBunch = std::max<qint64>(targetBunch, 0);
-    // A bunch that existed before the move receives the entry; anything past the end (kAtEnd
-    // among them) starts a new bunch.
-    if (targetBunch < countBefore && targetBunch < _userApps.size()) {
-        AppList &target = _userApps[targetBunch];
-        target.insert(clampIndex(targetIndex, target.size()), app);
-    } else {
-        _userApps.append(AppList{app});
-    }
-    announce(User);
-    announce(User1D);
-    writeUserFiles();
+    if (!app || (group != Group::User && group != Group::User1D)) return;
+    Favourites favourites(_groups.user, _groups.user1D);
+    const bool moved = group == Group::User1D ? favourites.moveInFlatOrder(app, index)
+                                              : favourites.moveInBunches(app, bunch, index);
+    if (moved) favouritesChanged();
 }
 
-void TQAppManager::moveAppToNewBunch(const TQAppPtr &app, int group, qint64 index)
+void TQAppManager::moveAppToNewBunch(const TQAppPtr &app, Group group, qint64 index)
 {
-    if (!app || (group != User && group != User1D)) return;
-    qint64 target = std::clamp<qint64>(index, 0, _userApps.size());
-    qsizetype holder = -1;
-    for (qsizetype b = 0; b < _userApps.size(); ++b) {
-        if (containsApp(_userApps.at(b), app)) {
-            holder = b;
-            break;
-        }
-    }
-    if (holder >= 0) {
-        _userApps[holder].removeAt(indexOfApp(_userApps.at(holder), app));
-        if (_userApps.at(holder).isEmpty()) {
-            _userApps.removeAt(holder);
-            if (target > holder) --target;
-        }
-    } else {
-        _userApps1D.append(app);
-    }
-    _userApps.insert(target, AppList{app});
-    announce(User);
-    announce(User1D);
-    writeUserFiles();
+    if (!app || (group != Group::User && group != Group::User1D)) return;
+    Favourites(_groups.user, _groups.user1D).moveToNewBunch(app, index);
+    favouritesChanged();
 }
 
 void TQAppManager::removeAppsFromUserApps(const AppList &apps)
 {
-    const QSet<QString> paths = pathSet(apps);
-    if (!sharesAny(_userApps1D, paths)) return;
-    for (AppList &bunch : _userApps)
-        removePaths(bunch, paths);
-    _userApps.removeIf([](const AppList &bunch) { return bunch.isEmpty(); });
-    removePaths(_userApps1D, paths);
-    announce(User);
-    announce(User1D);
-    writeUserFiles();
+    if (Favourites(_groups.user, _groups.user1D).remove(pathSet(apps))) favouritesChanged();
 }
 
 void TQAppManager::removeAppsFromAllArrays(const AppList &apps)
 {
     const QSet<QString> paths = pathSet(apps);
-    bool inSet = false;
-    for (const QString &p : paths)
-        inSet = inSet || _everything.contains(p);
-    if (!inSet) return;
-
+    if (std::none_of(paths.cbegin(), paths.cend(),
+                     [this](const QString &p) { return _everything.contains(p); }))
+        return;
     removeAppsFromUserApps(apps);
-    auto strip = [&](AppLists &twoLevel, AppList &flat, int twoLevelGroup, int flatGroup) {
-        if (!sharesAny(flat, paths)) return;
-        for (AppList &inner : twoLevel)
-            removePaths(inner, paths); // emptied inner arrays stay
-        removePaths(flat, paths);
-        announce(twoLevelGroup);
-        announce(flatGroup);
-    };
-    strip(_allApps, _allApps1D, All, All1D);
-    strip(_includedApps, _includedApps1D, Included, Included1D);
-    strip(_excludedApps, _excludedApps1D, Excluded, Excluded1D);
+    announce(GroupDerivation::removeFromScannedGroups(_groups, paths));
     rebuildEverythingSet();
-}
-
-namespace {
-int runFromEnd(const QString &a, const QString &b)
-{
-    const QStringList pa = a.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    const QStringList pb = b.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    int run = 0;
-    for (qsizetype i = pa.size() - 1, j = pb.size() - 1; i >= 0 && j >= 0; --i, --j) {
-        if (pa.at(i) != pb.at(j)) break;
-        ++run;
-    }
-    return run;
-}
-} // namespace
-
-TQAppPtr TQAppManager::bestMatchForApp(const TQAppPtr &app, const AppList &candidates)
-{
-    return bestMatchForApp(app, AppLists{candidates});
-}
-
-TQAppPtr TQAppManager::bestMatchForApp(const TQAppPtr &app, const AppLists &candidates)
-{
-    if (!app) return nullptr;
-    const QString name = app->name();
-    AppList sameName;
-    for (const AppList &inner : candidates)
-        for (const TQAppPtr &c : inner)
-            if (c->name() == name) sameName.append(c);
-    if (sameName.isEmpty()) return nullptr;
-    if (sameName.size() == 1) return sameName.first();
-    TQAppPtr best;
-    int bestRun = 0;
-    for (const TQAppPtr &c : std::as_const(sameName)) {
-        const int run = runFromEnd(app->path(), c->path());
-        if (run > bestRun) {
-            bestRun = run;
-            best = c;
-        }
-    }
-    return best;
 }
 
 void TQAppManager::locateUserApps()
 {
-    AppList candidates = _allApps1D;
-    removePaths(candidates, pathSet(_userApps1D));
-    for (AppList &bunch : _userApps) {
-        for (TQAppPtr &entry : bunch) {
-            entry->setPathIsValid(QFileInfo::exists(entry->path()));
-            if (entry->isPathValid()) continue;
-            const TQAppPtr match = bestMatchForApp(entry, candidates);
-            if (!match) continue;
-            qCInfo(lcCatalogue).noquote()
-                << "Favourite" << entry->path() << "found again at" << match->path();
-            entry = match;
-            candidates.removeAt(
-                indexOfApp(candidates, match)); // one found app replaces one favourite
-        }
-    }
-    announce(User);
-    rebuildUserApps1D();
-    writeUserFiles();
+    Favourites(_groups.user, _groups.user1D).locate(_groups.all1D);
+    favouritesChanged();
 }
 
 // --- Sorting --------------------------------------------------------------------------------
 
+// Every group but the favourites and, when it keeps launch order, the running one.
 void TQAppManager::sortArray(AppList &array)
 {
-    if (array.isEmpty() || &array == &_userApps1D) return;
-    for (const AppList &bunch : std::as_const(_userApps)) {
-        if (&bunch == &array) return;
-    }
-    if (&array == &_runningApps && _defaults.value(Key::SortRunningByLaunchOrder)) return;
-
-    const qint64 order = _defaults.value(Key::GroupContentsSortOrder);
-    if (order == 0) {
-        std::stable_sort(array.begin(), array.end(), [](const TQAppPtr &a, const TQAppPtr &b) {
-            return a->path().compare(b->path(), Qt::CaseInsensitive) < 0;
-        });
-    } else if (order == 2) {
-        std::stable_sort(array.begin(), array.end(), [](const TQAppPtr &a, const TQAppPtr &b) {
-            return a->colorSortValue() < b->colorSortValue();
-        });
-    } else {
-        // Names compare case-insensitively (folded once per entry, not per comparison).
-        std::stable_sort(array.begin(), array.end(), [](const TQAppPtr &a, const TQAppPtr &b) {
-            return a->foldedName() < b->foldedName();
-        });
-    }
+    if (array.isEmpty()) return;
+    GroupDerivation::sortApps(array, _defaults.value(Key::GroupContentsSortOrder));
 }
 
 void TQAppManager::sortAllApps()
 {
-    for (AppList &inner : _allApps)
+    for (AppList &inner : _groups.all)
         sortArray(inner);
-    sortArray(_allApps1D);
-    announce(All);
-    announce(All1D);
+    sortArray(_groups.all1D);
+    announce({Group::All, Group::All1D});
 }
 
 void TQAppManager::sortAllArrays()
 {
     sortAllApps();
-    for (AppList &inner : _includedApps)
+    for (AppList &inner : _groups.included)
         sortArray(inner);
-    sortArray(_includedApps1D);
-    for (AppList &inner : _excludedApps)
+    sortArray(_groups.included1D);
+    for (AppList &inner : _groups.excluded)
         sortArray(inner);
-    sortArray(_excludedApps1D);
-    announce(Included);
-    announce(Included1D);
-    announce(Excluded);
-    announce(Excluded1D);
+    sortArray(_groups.excluded1D);
+    announce({Group::Included, Group::Included1D, Group::Excluded, Group::Excluded1D});
     if (!_defaults.value(Key::SortRunningByLaunchOrder)) {
-        sortArray(_runningApps);
-        announce(Running);
+        _running.sort();
+        announce(Group::Running);
     }
 }
 
@@ -900,7 +400,7 @@ void TQAppManager::defaultsChanged(const QString &key, const QVariant &oldValue,
     } else if (Key::SearchDirectories.is(key) || Key::ScanDirectories.is(key)) {
         queueScanPathListChanged();
     } else if (Key::SortRunningByLaunchOrder.is(key)) {
-        runningAppsListDidChange();
+        _running.rebuild();
     } else if (Key::MaxFolderRecursionDepth.is(key)) {
         // Read at the start of the next walk.
     } else if (Key::ColorSortGrayThreshold.is(key) || Key::ColorSortWrapHue.is(key) ||
@@ -917,20 +417,12 @@ void TQAppManager::queueScanPathListChanged()
 
 // --- Scanning -------------------------------------------------------------------------------
 
-QStringList TQAppManager::pathsFromPrefs() const
-{
-    QStringList paths;
-    for (const QVariant &record : _defaults.value(Key::SearchDirectories)) {
-        const QString p = record.toMap().value(QStringLiteral("path")).toString();
-        if (!p.isEmpty()) paths.append(p);
-    }
-    return paths;
-}
-
-QStringList TQAppManager::uniquedPathsToScan() const
+QStringList TQAppManager::pathsToScan() const
 {
     QStringList out;
-    for (const QString &p : pathsFromPrefs()) {
+    for (const QVariant &record : _defaults.value(Key::SearchDirectories)) {
+        const QString p = record.toMap().value(QStringLiteral("path")).toString();
+        if (p.isEmpty()) continue;
         const QString standard = TQApp::standardizePath(p);
         const QString resolved = QFileInfo(standard).canonicalFilePath();
         const QString path = resolved.isEmpty() ? standard : resolved;
@@ -964,8 +456,8 @@ void TQAppManager::scanSearchFoldersForAllApps(std::function<void()> done)
     }
     _walking = true;
     updateMaxRecursionDepth();
-    _allApps.clear();
-    announce(All);
+    _groups.all.clear();
+    announce(Group::All);
 
     if (!_appsOnDisk) {
         qCWarning(lcCatalogue) << "No desktop layer to classify files; the catalogue stays empty";
@@ -1001,7 +493,7 @@ void TQAppManager::scanSearchFoldersForAllApps(std::function<void()> done)
 
 void TQAppManager::applyWalk(const WalkResult &result)
 {
-    _allApps.clear();
+    _groups.all.clear();
     bool namesChanged = false;
     for (const QList<FoundApp> &folder : result.perFolder) {
         AppList inner;
@@ -1011,18 +503,14 @@ void TQAppManager::applyWalk(const WalkResult &result)
             if (app->name() != (found.name.isEmpty() ? app->fileBaseName() : found.name) ||
                 !app->hasLetters())
                 app->setDisplayName(found.name);
-            CachedName &cached = _nameCache[app->path()];
-            if (cached.name != found.name || cached.modified != found.modified) {
-                cached = {found.name, found.modified};
-                namesChanged = true;
-            }
+            namesChanged |= _names.remember(app->path(), found.name, found.modified);
             inner.append(app);
         }
-        _allApps.append(inner);
+        _groups.all.append(inner);
     }
-    announce(All);
+    announce(Group::All);
     rebuildAllApps1D();
-    writeAppArrays(_allApps, kAllApplicationsFile);
+    _files.write(pathArraysFromAppArrays(_groups.all), CatalogueFiles::kAllApplicationsFile);
     if (namesChanged) saveNameCache();
     showProgressStep(0, 0, QString());
     _walking = false;
@@ -1036,33 +524,50 @@ void TQAppManager::applyWalk(const WalkResult &result)
         next();
 }
 
+void TQAppManager::saveNameCache()
+{
+    _names.save([this](const QString &path) { return _everything.contains(path); });
+}
+
 void TQAppManager::fullScan()
 {
-    _fullScanTimer.stop();
+    _watcher.cancelScheduledScan();
     scanSearchFoldersForAllApps([this]() {
         sortAllApps();
         rebuildDependentApps();
         rebuildEverythingSet();
         refreshRunningApps();
-        loadAllIconsPrioritizingGroup(All);
+        loadAllIconsPrioritizingGroup(Group::All);
         Q_EMIT rescanFinished();
     });
 }
 
-void TQAppManager::rescanAllAppsPrioritizingGroup(int group, bool forceWalk)
+void TQAppManager::rescanAllAppsPrioritizingGroup(Group group, bool forceWalk)
 {
-    if (_allApps.isEmpty() && !forceWalk) {
+    if (_groups.all.isEmpty() && !forceWalk) {
         readAllAppsFromDisk();
-        if (!_allApps.isEmpty()) {
+        if (!_groups.all.isEmpty()) {
             // Names come from the cache; check them against the files in the background.
-            refreshNamesInBackground([this, group]() { continueRescan(group); });
+            _names.refresh(pathsFromApps(_groups.all1D), _appsOnDisk,
+                           _walkInBackground ? &_pool : nullptr, this,
+                           [this, group](const QList<FoundApp> &fresh) {
+                               for (const FoundApp &f : fresh) {
+                                   if (TQAppPtr app = existingAppForPath(f.path))
+                                       app->setDisplayName(f.name);
+                               }
+                               if (!fresh.isEmpty()) {
+                                   saveNameCache();
+                                   Q_EMIT namesRefreshed();
+                               }
+                               continueRescan(group);
+                           });
             return;
         }
     }
     scanSearchFoldersForAllApps([this, group]() { continueRescan(group); });
 }
 
-void TQAppManager::continueRescan(int group)
+void TQAppManager::continueRescan(Group group)
 {
     sortAllApps();
     readExcludedApps1DFromDisk();
@@ -1072,11 +577,6 @@ void TQAppManager::continueRescan(int group)
     refreshRunningApps();
     loadAllIconsPrioritizingGroup(group);
     Q_EMIT rescanFinished();
-}
-
-void TQAppManager::startFullScanTimer()
-{
-    _fullScanTimer.start();
 }
 
 void TQAppManager::scanPathListDidChange()
@@ -1095,149 +595,7 @@ QStringList TQAppManager::spotlightScanPaths() const
 
 void TQAppManager::startSpotlightQuery()
 {
-    ++_watchGeneration;
-    delete _watcher;
-    _watcher = nullptr;
-    const QStringList scope = spotlightScanPaths();
-    if (scope.isEmpty()) return;
-
-    // Listing the folders to watch touches the disk: do it on a worker thread.
-    const quint64 generation = _watchGeneration;
-    const int depth = _maxRecursionDepth;
-    _pool.start([this, scope, depth, generation]() {
-        const QStringList folders = FolderWalker::foldersToWatch(scope, depth);
-        QMetaObject::invokeMethod(
-            this,
-            [this, folders, generation]() {
-                if (generation != _watchGeneration) return; // a newer watch is being set up
-                _watcher = new QFileSystemWatcher(this);
-                const QStringList failed = _watcher->addPaths(folders);
-                if (!failed.isEmpty())
-                    qCInfo(lcCatalogue)
-                        << "Not watching" << failed.size() << "folders, e.g." << failed.first();
-                connect(_watcher, &QFileSystemWatcher::directoryChanged, this,
-                        [this](const QString &path) {
-                            qCDebug(lcCatalogue) << "Change in" << path;
-                            startFullScanTimer();
-                        });
-                Q_EMIT watchStarted();
-            },
-            Qt::QueuedConnection);
-    });
-}
-
-QStringList TQAppManager::watchedFolders() const
-{
-    return _watcher ? _watcher->directories() : QStringList();
-}
-
-// --- Names ----------------------------------------------------------------------------------
-
-// The name cache is Kelp's own: a versioned binary stream of (path, name, modification time).
-namespace {
-constexpr quint32 kNameCacheMagic = 0x4b4e4331; // "KNC1"
-}
-
-void TQAppManager::loadNameCache()
-{
-    _nameCacheLoaded = true;
-    QFile file(nameCachePath());
-    if (!file.open(QIODevice::ReadOnly)) return;
-    QDataStream in(&file);
-    in.setVersion(QDataStream::Qt_6_4);
-    quint32 magic = 0;
-    qint64 count = 0;
-    in >> magic >> count;
-    if (magic != kNameCacheMagic || count < 0 || count > 10'000'000) {
-        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName()
-                            << ": not one of Kelp's";
-        return;
-    }
-    QHash<QString, CachedName> cache;
-    cache.reserve(count);
-    for (qint64 i = 0; i < count && in.status() == QDataStream::Ok; ++i) {
-        QString path;
-        CachedName entry;
-        in >> path >> entry.name >> entry.modified;
-        cache.insert(path, entry);
-    }
-    if (in.status() != QDataStream::Ok) {
-        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName() << ": it is truncated";
-        return;
-    }
-    _nameCache = std::move(cache);
-}
-
-void TQAppManager::saveNameCache()
-{
-    const QString path = nameCachePath();
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) {
-        qCInfo(lcCatalogue).noquote()
-            << "Cannot write the name cache" << path << ":" << file.errorString();
-        return;
-    }
-    QDataStream out(&file);
-    out.setVersion(QDataStream::Qt_6_4);
-    qint64 count = 0;
-    for (auto it = _nameCache.cbegin(); it != _nameCache.cend(); ++it)
-        count += _everything.contains(it.key());
-    out << kNameCacheMagic << count;
-    for (auto it = _nameCache.cbegin(); it != _nameCache.cend(); ++it) {
-        if (_everything.contains(it.key())) out << it.key() << it->name << it->modified;
-    }
-    if (!file.commit())
-        qCInfo(lcCatalogue).noquote()
-            << "Cannot write the name cache" << path << ":" << file.errorString();
-}
-
-void TQAppManager::refreshNamesInBackground(std::function<void()> done)
-{
-    struct Item
-    {
-        QString path;
-        qint64 modified;
-        bool known;
-    };
-    QList<Item> items;
-    items.reserve(_allApps1D.size());
-    for (const TQAppPtr &a : std::as_const(_allApps1D)) {
-        const auto cached = _nameCache.constFind(a->path());
-        items.append({a->path(), cached == _nameCache.constEnd() ? -1 : cached->modified,
-                      cached != _nameCache.constEnd()});
-    }
-    auto apply = [this, done](const QList<FoundApp> &fresh) {
-        for (const FoundApp &f : fresh) {
-            _nameCache.insert(f.path, {f.name, f.modified});
-            if (TQAppPtr app = existingAppForPath(f.path)) app->setDisplayName(f.name);
-        }
-        if (!fresh.isEmpty()) {
-            saveNameCache();
-            Q_EMIT namesRefreshed();
-        }
-        done();
-    };
-    auto work = [appsOnDisk = _appsOnDisk, items]() {
-        QList<FoundApp> fresh;
-        for (const Item &item : items) {
-            const qint64 modified = modificationTimeMs(item.path);
-            if (item.known && modified == item.modified) continue;
-            fresh.append({item.path,
-                          appsOnDisk ? appsOnDisk->applicationName(item.path) : QString(),
-                          modified});
-        }
-        return fresh;
-    };
-    if (!_walkInBackground) {
-        apply(work());
-        return;
-    }
-    _pool.start([this, work, apply]() {
-        QList<FoundApp> fresh = work();
-        QMetaObject::invokeMethod(
-            this, [apply, fresh]() { apply(fresh); }, Qt::QueuedConnection);
-    });
+    _watcher.watch(spotlightScanPaths(), _maxRecursionDepth);
 }
 
 } // namespace kelp

@@ -1,22 +1,29 @@
 #pragma once
 // TQAppManager: Kelp's catalogue.
 //
-// Owns every application entry (one shared TQApp per path), the ten group arrays the panel shows,
-// the user's favourites in bunches and the exclusion list, and keeps them in four XML property
-// lists under the user's data folder. Scanning fills the "all" group (a bounded walk of the scan
-// folders, run on a worker thread); everything else derives from it and from the user's files.
+// Owns every application entry (one shared TQApp per path), the ten group arrays the panel shows
+// (see catalogue/Group.h), the user's favourites in bunches and the exclusion list, and offers the
+// operations the rest of Kelp calls on them. Scanning fills the "all" group (a bounded walk of the
+// scan folders, run on a worker thread); everything else derives from it and from the user's
+// files. The work is shared out among its parts:
 //
-// Group numbers:
-//   0 running        1 included (per scan folder)   2 included, flat
-//   3 excluded (per scan folder)                    4 excluded, flat (the exclusion list)
-//   5 all (per scan folder)                         6 all, flat
-//   7 missing (excluded but no longer found)
-//   8 favourites (bunches)                          9 favourites, flat (an order of its own)
+//   CatalogueFiles      the four property lists under the user's data folder
+//   NameCache           the localised names kept between runs
+//   ScanFolderWatcher   the live watch of the scan folders
+//   GroupDerivation     the groups that follow from "all", the exclusions and the favourites
+//   Favourites          the edits of the favourites
+//   RunningGroup        group 0 and the front-application history
+#include "catalogue/CatalogueFiles.h"
+#include "catalogue/Favourites.h"
+#include "catalogue/Group.h"
+#include "catalogue/GroupDerivation.h"
+#include "catalogue/NameCache.h"
+#include "catalogue/RunningGroup.h"
+#include "catalogue/ScanFolderWatcher.h"
 #include "catalogue/TQApp.h"
 
 #include <QHash>
 #include <QObject>
-#include <QSet>
 #include <QStringList>
 #include <QThreadPool>
 #include <QTimer>
@@ -25,8 +32,6 @@
 #include <atomic>
 #include <functional>
 #include <memory>
-
-class QFileSystemWatcher;
 
 namespace kelp {
 
@@ -42,29 +47,8 @@ class TQAppManager : public QObject
 {
     Q_OBJECT
 public:
-    enum Group {
-        NoGroup = -1,
-        Running = 0,
-        Included = 1,
-        Included1D = 2,
-        Excluded = 3,
-        Excluded1D = 4,
-        All = 5,
-        All1D = 6,
-        Missing = 7,
-        User = 8,
-        User1D = 9,
-    };
-    enum Domain { UserDomain = 1, LocalDomain = 2 };
     // As an index: the end of the array. As a bunch: a new bunch.
-    static constexpr qint64 kAtEnd = 2147483647;
-
-    static inline const QString kAllApplicationsFile = QStringLiteral("AllApplications.plist");
-    static inline const QString kExcludedApplicationsFile =
-        QStringLiteral("ExcludedApplications.plist");
-    static inline const QString kUserApplicationsFile = QStringLiteral("UserApplications.plist");
-    static inline const QString kUserApplications1DFile =
-        QStringLiteral("UserApplications1D.plist");
+    static constexpr qint64 kAtEnd = Favourites::kAtEnd;
 
     // The catalogue's registered settings defaults.
     static QVariantMap registeredDefaults();
@@ -81,24 +65,20 @@ public:
     TQAppPtr existingAppForPath(const QString &path) const;
     QList<TQAppPtr> everythingSet() const { return _everything.values(); }
 
-    const AppList &runningApps() const { return _runningApps; }
-    const AppLists &includedApps() const { return _includedApps; }
-    const AppList &includedApps1D() const { return _includedApps1D; }
-    const AppLists &excludedApps() const { return _excludedApps; }
-    const AppList &excludedApps1D() const { return _excludedApps1D; }
-    const AppLists &allApps() const { return _allApps; }
-    const AppList &allApps1D() const { return _allApps1D; }
-    const AppList &missingApps() const { return _missingApps; }
-    const AppLists &userApps() const { return _userApps; }
-    const AppList &userApps1D() const { return _userApps1D; }
+    const AppList &runningApps() const { return _running.apps(); }
+    const AppLists &includedApps() const { return _groups.included; }
+    const AppList &includedApps1D() const { return _groups.included1D; }
+    const AppLists &excludedApps() const { return _groups.excluded; }
+    const AppList &excludedApps1D() const { return _groups.excluded1D; }
+    const AppLists &allApps() const { return _groups.all; }
+    const AppList &allApps1D() const { return _groups.all1D; }
+    const AppList &missingApps() const { return _groups.missing; }
+    const AppLists &userApps() const { return _groups.user; }
+    const AppList &userApps1D() const { return _groups.user1D; }
 
-    static bool isTwoLevelGroup(int group);
-    // The group's array; nullptr when the group is two-level (or out of range), and vice versa.
-    const AppList *flatArrayForGroup(int group) const;
-    const AppLists *bunchedArrayForGroup(int group) const;
-    // The group whose array is that very object (not an equal copy), else -1.
-    int groupForAppArray(const void *array) const;
-    static QString arrayNameForGroup(int group);
+    // The group's array; nullptr when the group is two-level (or not a group), and vice versa.
+    const AppList *flatArrayForGroup(Group group) const;
+    const AppLists *bunchedArrayForGroup(Group group) const;
 
     qsizetype allAppsTotalCount() const;
     qsizetype allAppsLongestArrayCount() const;
@@ -107,21 +87,11 @@ public:
     static QStringList pathsFromApps(const AppList &apps);
     static QList<QStringList> pathArraysFromAppArrays(const AppLists &apps);
     AppList appsFromPaths(const QStringList &paths);
-    AppLists appArraysFromPathArrays(const QList<QStringList> &paths);
 
     // --- Catalogue files ----------------------------------------------------------------------
-    // The catalogue folders: the user's ($XDG_DATA_HOME/Kelp) and the machine's
-    // (each $XDG_DATA_DIRS entry + /Kelp, read only).
-    static QString catalogueFolder();
-    static QStringList machineCatalogueFolders();
-    // When off, the arrays are kept in the settings instead (user domain only).
-    void setUsesApplicationSupportFolder(bool on) { _usesApplicationSupportFolder = on; }
-    bool writeAppArrays(const AppList &apps, const QString &fileName, Domain domain = UserDomain);
-    bool writeAppArrays(const AppLists &apps, const QString &fileName, Domain domain = UserDomain);
-    // The file's root array, or an invalid QVariant when the file is absent or unusable.
-    QVariant readPathArraysFromAppSupportFile(const QString &fileName, Domain domain);
-
+    CatalogueFiles &files() { return _files; }
     void readAllAppsFromDisk();
+    // The user's exclusion list with the machine's merged in.
     void readExcludedApps1DFromDisk();
     void readUserAppsFromDisk();
 
@@ -134,31 +104,26 @@ public:
     // --- Exclusions ---------------------------------------------------------------------------
     void excludeApp(const TQAppPtr &app);
     void includeApp(const TQAppPtr &app);
-    // Returns the number of new exclusions.
+    // Excludes the entries of group 6 whose names hold an excluded keyword (namedApps) and those
+    // the dock file or the desktop's favourites list (dockApps). Returns the number of new
+    // exclusions.
     int autoExcludeDockApps(bool dockApps, bool namedApps);
-    // The dock file read for automatic exclusion (a property list of the dock's applications).
-    static QString dockPreferencesFile();
 
-    // --- Favourites ---------------------------------------------------------------------------
-    void moveApp(const TQAppPtr &app, int group, qint64 bunch, qint64 index);
-    void moveAppToNewBunch(const TQAppPtr &app, int group, qint64 index);
+    // --- Favourites (only groups 8 and 9 take moves) ------------------------------------------
+    void moveApp(const TQAppPtr &app, Group group, qint64 bunch, qint64 index);
+    void moveAppToNewBunch(const TQAppPtr &app, Group group, qint64 index);
     void removeAppsFromAllArrays(const AppList &apps);
     void removeAppsFromUserApps(const AppList &apps);
+    // Favourites whose path is gone are replaced by their best match among group 6.
     void locateUserApps();
-    static TQAppPtr bestMatchForApp(const TQAppPtr &app, const AppList &candidates);
-    static TQAppPtr bestMatchForApp(const TQAppPtr &app, const AppLists &candidates);
 
     // --- Sorting ------------------------------------------------------------------------------
-    void sortArray(AppList &array);
     void sortAllApps();
     void sortAllArrays();
 
     // --- Scanning -----------------------------------------------------------------------------
-    QStringList pathsFromPrefs() const;
-    QStringList uniquedPathsToScan() const;
-    QStringList pathsToScan() const { return uniquedPathsToScan(); }
-    int maxRecursionDepth() const { return _maxRecursionDepth; }
-    void updateMaxRecursionDepth();
+    // The scan folders, standardised, links resolved, each once.
+    QStringList pathsToScan() const;
     bool isBusyScanning() const { return _isBusyScanning; }
     bool isWalking() const { return _walking; }
 
@@ -170,48 +135,47 @@ public:
     // The general refresh: the cached "all" file the first time (else a walk), then sort, the
     // exclusions, the favourites, the derived groups. Emits rescanFinished() at the end.
     // forceWalk walks the folders even when the cached file could be used.
-    void rescanAllAppsPrioritizingGroup(int group, bool forceWalk = false);
-    void startFullScanTimer();
-    bool isFullScanPending() const { return _fullScanTimer.isActive(); }
+    void rescanAllAppsPrioritizingGroup(Group group, bool forceWalk = false);
+    bool isFullScanPending() const { return _watcher.isScanScheduled(); }
     // The scan-folder list changed, or a launched application was missing: scan now.
     void scanPathListDidChange();
     // The outermost scan folders.
     QStringList spotlightScanPaths() const;
     // Starts (or restarts) watching the scan folders for applications that come and go.
     void startSpotlightQuery();
-    QStringList watchedFolders() const;
+    QStringList watchedFolders() const { return _watcher.watchedFolders(); }
 
     void showProgressStep(int step, int count, const QString &label);
 
-    // --- Running applications (TQAppManagerRunning.cpp) ---------------------------------------
+    // --- Running applications (see RunningGroup) ----------------------------------------------
     // Group 0 follows the desktop's running-application layer (desktop().running when the
-    // catalogue is made): rebuilt on each launch and termination, in launch order or sorted as
-    // "sortRunningByLaunchOrder" says, its entries reused from one rebuild to the next.
-    void setRunningApplications(std::shared_ptr<RunningApplications> running);
-    // New entries (not interned) for the regular applications running now, in launch order.
-    AppList _launchedTQApps() const;
-    // Group 0, filled from _launchedTQApps first when it is empty.
-    const AppList &runningApps();
-    void runningAppsListDidChange();
-    bool isAppRunning(const TQAppPtr &app) const;
-    void quitApp(const TQAppPtr &app) const;
-    // The application in front: group 0's entry when it is there, else a new entry; nullptr when
-    // nothing is in front.
-    TQAppPtr activeApp();
-    // The application in front before Kelp: the newest of the front history that is not Kelp,
-    // else the last entry of group 0 that is not Kelp (the first when all are), else nullptr.
-    TQAppPtr lastActiveApp();
-    // Front history, oldest first, each application once.
-    const AppList &frontApps() const { return _frontApps; }
-    void handleAppFrontSwitched();
-    void handleAppLaunched() { runningAppsListDidChange(); }
-    void handleAppTerminated() { runningAppsListDidChange(); }
+    // catalogue is made).
+    void setRunningApplications(std::shared_ptr<RunningApplications> running)
+    {
+        _running.setRunningApplications(std::move(running));
+    }
+    // Group 0, filled from the running layer first when it is empty.
+    const AppList &runningApps() { return _running.appsFilled(); }
+    bool isAppRunning(const TQAppPtr &app) const { return _running.isRunning(app); }
+    void quitApp(const TQAppPtr &app) const
+    {
+        if (app) app->quit();
+    }
+    TQAppPtr activeApp() { return _running.activeApp(); }
+    TQAppPtr lastActiveApp() { return _running.lastActiveApp(); }
+    const AppList &frontApps() const { return _running.frontApps(); }
     // After a scan: hands the catalogue's entries to the running layer for matching, rebuilds
     // group 0.
-    void refreshRunningApps();
+    void refreshRunningApps() { _running.refresh(_groups.all1D); }
     // The entries of group 6 that can open the item / that list its type among their preferred.
-    AppList allAppsThatCanAcceptURL(const QUrl &item) const;
-    AppList allAppsThatPreferURL(const QUrl &item) const;
+    AppList allAppsThatCanAcceptURL(const QUrl &item) const
+    {
+        return RunningGroup::appsThatCanAcceptURL(item, _groups.all1D);
+    }
+    AppList allAppsThatPreferURL(const QUrl &item) const
+    {
+        return RunningGroup::appsThatPreferURL(item, _groups.all1D);
+    }
 
     // --- Icon loading (TQAppManagerIcons.cpp) -------------------------------------------------
     // The icon parameters from the settings (maximumIconSize and the five colour-sort keys).
@@ -219,9 +183,9 @@ public:
     // Gives every entry the current icon parameters; each fetches its icon only when needed.
     void loadIconsForApps(const AppList &apps);
     void loadIconsForApps(const AppLists &apps);
-    // Loads the icons of the list behind the group first (4 for 3/4, 6 for 5/6, 9 for 8/9, else
-    // 2), then those of every other entry.
-    void loadAllIconsPrioritizingGroup(int group);
+    // Loads the icons of the list behind the group first (the flat form of the excluded, all
+    // and favourites groups, else the included flat list), then those of every other entry.
+    void loadAllIconsPrioritizingGroup(Group group);
     // Every entry of group 6 back to the dot, then its icons fetched again.
     void clearIconsForAllApps();
     // An icon (and so a colour key) changed: re-sort by colour a second after the last change.
@@ -233,17 +197,8 @@ public:
     void defaultsChanged(const QString &key, const QVariant &oldValue, const QVariant &newValue);
 
 Q_SIGNALS:
-    // One signal per group array, after it changed.
-    void runningAppsChanged();
-    void allAppsChanged();
-    void allApps1DChanged();
-    void includedAppsChanged();
-    void includedApps1DChanged();
-    void excludedAppsChanged();
-    void excludedApps1DChanged();
-    void missingAppsChanged();
-    void userAppsChanged();
-    void userApps1DChanged();
+    // A group's array changed.
+    void groupChanged(kelp::Group group);
     // Scan progress: step of count, with a label; step 0 and count 0 end the display.
     void progressStep(int step, int count, const QString &label);
     void isBusyScanningChanged(bool busy);
@@ -254,47 +209,33 @@ Q_SIGNALS:
     void watchStarted();
 
 private:
-    void announce(int group);
+    void announce(Group group) { Q_EMIT groupChanged(group); }
+    void announce(const QList<Group> &groups)
+    {
+        for (Group group : groups)
+            announce(group);
+    }
+    void sortArray(AppList &array);
     void applyWalk(const WalkResult &result);
-    void continueRescan(int group);
-    void loadNameCache();
+    void continueRescan(Group group);
     void saveNameCache();
-    void refreshNamesInBackground(std::function<void()> done);
     void nameEntry(const TQAppPtr &app);
-    bool writePaths(const QVariant &paths, const QString &fileName, Domain domain);
-    void writeUserFiles();
+    void favouritesChanged();
     void writeExclusionFile();
     void queueScanPathListChanged();
     void setUpIconLoading();
     void colourSettingChanged(const QVariant &oldValue, const QVariant &newValue);
+    void updateMaxRecursionDepth();
 
     Defaults &_defaults;
     std::shared_ptr<const AppsOnDisk> _appsOnDisk;
-
-    AppList _runningApps;
-    AppList _frontApps;
-    std::shared_ptr<RunningApplications> _running;
-    AppLists _includedApps;
-    AppList _includedApps1D;
-    AppLists _excludedApps;
-    AppList _excludedApps1D;
-    AppLists _allApps;
-    AppList _allApps1D;
-    AppList _missingApps;
-    AppLists _userApps;
-    AppList _userApps1D;
+    CatalogueFiles _files;
+    NameCache _names;
+    GroupArrays _groups;
     QHash<QString, TQAppPtr> _everything;
+    RunningGroup _running;
+    ScanFolderWatcher _watcher;
 
-    // Localised names by path, with the modification time they were read at.
-    struct CachedName
-    {
-        QString name;
-        qint64 modified = 0;
-    };
-    QHash<QString, CachedName> _nameCache;
-    bool _nameCacheLoaded = false;
-
-    bool _usesApplicationSupportFolder = true;
     bool _walkInBackground = true;
     bool _walking = false;
     bool _walkAgain = false;
@@ -302,12 +243,9 @@ private:
     std::shared_ptr<std::atomic<bool>> _cancelWalk;
     int _maxRecursionDepth = 4;
     bool _isBusyScanning = false;
-    QTimer _fullScanTimer;
     QTimer _scanPathListTimer;
     QTimer _sortColorTimer; // icon loading: the colour re-sort after icons arrive
     QThreadPool _pool;
-    QFileSystemWatcher *_watcher = nullptr;
-    quint64 _watchGeneration = 0;
 };
 
 } // namespace kelp

@@ -53,15 +53,15 @@ void TQAppManager::loadIconsForApps(const AppLists &apps)
         loadIconsForApps(inner);
 }
 
-void TQAppManager::loadAllIconsPrioritizingGroup(int group)
+void TQAppManager::loadAllIconsPrioritizingGroup(Group group)
 {
-    const AppList *first = &_includedApps1D;
-    if (group == Excluded || group == Excluded1D)
-        first = &_excludedApps1D;
-    else if (group == All || group == All1D)
-        first = &_allApps1D;
-    else if (group == User || group == User1D)
-        first = &_userApps1D;
+    const AppList *first = &_groups.included1D;
+    if (flatForm(group) == Group::Excluded1D)
+        first = &_groups.excluded1D;
+    else if (flatForm(group) == Group::All1D)
+        first = &_groups.all1D;
+    else if (flatForm(group) == Group::User1D)
+        first = &_groups.user1D;
     // Copies: loading may announce changes whose receivers edit the groups.
     const AppList priority = *first;
     loadIconsForApps(priority);
@@ -79,7 +79,7 @@ void TQAppManager::loadAllIconsPrioritizingGroup(int group)
 
 void TQAppManager::clearIconsForAllApps()
 {
-    const AppList all = _allApps1D;
+    const AppList all = _groups.all1D;
     for (const TQAppPtr &app : all)
         app->resetIconToDot();
     loadIconsForApps(all);
@@ -101,7 +101,7 @@ void TQAppManager::colourSettingChanged(const QVariant &oldValue, const QVariant
 {
     // Compared as the floats the icon parameters hold: a change below their precision is none.
     if (static_cast<float>(oldValue.toDouble()) == static_cast<float>(newValue.toDouble())) return;
-    loadIconsForApps(_allApps1D);
+    loadIconsForApps(_groups.all1D);
 }
 
 } // namespace kelp

@@ -236,9 +236,9 @@ void TQController::rescanAllApps(bool fromMenu)
 {
     qint64 group = _defaults.value(Key::GroupToShowWhenWindowOpens);
     if (group == -1) group = _defaults.value(Key::GroupShownWhenWindowClosed);
-    if (group == -1) group = TQAppManager::Included;
+    if (group == -1) group = storedGroup(Group::Included);
     if (fromMenu) _catalogue.clearIconsForAllApps();
-    _catalogue.rescanAllAppsPrioritizingGroup(static_cast<int>(group));
+    _catalogue.rescanAllAppsPrioritizingGroup(groupFromStored(group));
 }
 
 void TQController::showProgressStep(int step, int count)

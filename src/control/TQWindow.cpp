@@ -284,7 +284,7 @@ void TQWindow::show()
     }
     const int group = panel::groupToShowOnOpen(_defaults.value(Key::GroupToShowWhenWindowOpens),
                                                _defaults.value(Key::GroupShownWhenWindowClosed));
-    _iconView->setGroupToShow(group);
+    _iconView->setGroupToShow(groupFromStored(group));
     _statsControl->selectButtonForGroup(_iconView->groupShown());
     if (needsCentring) centerExactlyOn(screen); // the group may have changed the panel's size
 

@@ -16,14 +16,14 @@ namespace kelp {
 
 namespace {
 
-bool isFavourites(int group)
+bool isFavourites(Group group)
 {
-    return group == TQAppManager::User || group == TQAppManager::User1D;
+    return group == Group::User || group == Group::User1D;
 }
 
-bool isExcludedGroup(int group)
+bool isExcludedGroup(Group group)
 {
-    return group == TQAppManager::Excluded || group == TQAppManager::Excluded1D;
+    return group == Group::Excluded || group == Group::Excluded1D;
 }
 
 } // namespace
@@ -43,7 +43,7 @@ std::unique_ptr<QMenu> IconContextMenu::build()
         menu->addAction(tr("Hide Group"), &_view, &TQIconView::updateCursor);
         return menu;
     }
-    const int g = _view.groupShown();
+    const Group g = _view.groupShown();
     if (isFavourites(g)) {
         add(tr("Move to New Group"), &IconContextMenu::addSelectedAppToUserNewGroup);
         add(tr("Remove Favorite"), &IconContextMenu::removeSelectedAppFromUser);
@@ -65,7 +65,7 @@ std::unique_ptr<QMenu> IconContextMenu::build()
     menu->addSeparator();
     add(tr("Show in File Manager"), &IconContextMenu::showAppInFinder);
     const QString remover = _defaults.value(Key::AppRemoverName);
-    if (!remover.isEmpty() && g != TQAppManager::Running) {
+    if (!remover.isEmpty() && g != Group::Running) {
         menu->addSeparator();
         add(tr("Send to %1").arg(remover), &IconContextMenu::sendAppForDeletion);
     }
@@ -82,10 +82,10 @@ std::unique_ptr<QMenu> IconContextMenu::build()
 
 void IconContextMenu::takeSelectedAppOutOfGroup()
 {
-    const int g = _view.groupShown();
+    const Group g = _view.groupShown();
     if (isFavourites(g))
         removeSelectedAppFromUser();
-    else if (g == TQAppManager::Running)
+    else if (g == Group::Running)
         _view.redrawCell(_view.selectedCoords());
     else if (_view.isExcluded(_view.selectedApp()))
         includeSelectedApp();
@@ -116,13 +116,13 @@ void IconContextMenu::excludeSelectedApp()
 void IconContextMenu::addSelectedAppToUser()
 {
     if (const TQAppPtr app = _view.selectedApp())
-        _catalogue.moveApp(app, TQAppManager::User, 0, TQAppManager::kAtEnd);
+        _catalogue.moveApp(app, Group::User, 0, TQAppManager::kAtEnd);
 }
 
 void IconContextMenu::addSelectedAppToUserNewGroup()
 {
     if (const TQAppPtr app = _view.selectedApp())
-        _catalogue.moveApp(app, TQAppManager::User, TQAppManager::kAtEnd, 0);
+        _catalogue.moveApp(app, Group::User, TQAppManager::kAtEnd, 0);
 }
 
 void IconContextMenu::removeSelectedAppFromUser()

@@ -6,10 +6,9 @@
 
 namespace kelp {
 
-bool IconDragState::isRearranging(int groupShown) const
+bool IconDragState::isRearranging(Group groupShown) const
 {
-    return moveInProgress &&
-           (groupShown == TQAppManager::User || groupShown == TQAppManager::User1D);
+    return moveInProgress && (groupShown == Group::User || groupShown == Group::User1D);
 }
 
 bool IconDragState::dims(const TQApp &app) const
@@ -24,7 +23,7 @@ bool IconDragState::highlightsDropTarget(const TQAppPtr &app, const TQAppPtr &se
     return dropInProgress && app && selectedApp == app && droppableApps.contains(app.get());
 }
 
-bool IconDragState::marksInsertion(int groupShown, bool isSelectedCell, const TQAppPtr &app) const
+bool IconDragState::marksInsertion(Group groupShown, bool isSelectedCell, const TQAppPtr &app) const
 {
     if (!isRearranging(groupShown) || !isSelectedCell) return false;
     if (!app) return true;

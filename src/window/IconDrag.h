@@ -11,6 +11,7 @@
 // The marks of a move, worked out here from the layout and drawn by IconGridPainter: an insertion
 // marker along the edge of the target cell, both edges of the target gap between bunches (or the
 // one edge of a gap at either end), and a triangle at the target end of a bunch.
+#include "catalogue/Group.h"
 #include "catalogue/TQApp.h"
 #include "window/IconGridLayout.h"
 
@@ -33,14 +34,14 @@ struct IconDragState
 
     bool isIdle() const { return !moveInProgress && !dropInProgress; }
     // A favourite is moved while the favourites are shown.
-    bool isRearranging(int groupShown) const;
+    bool isRearranging(Group groupShown) const;
     // The drag dims the application: it cannot take the dragged files, or it is the one moved.
     bool dims(const TQApp &app) const;
     // The application is the selected one and can take the dragged files.
     bool highlightsDropTarget(const TQAppPtr &app, const TQAppPtr &selectedApp) const;
     // The selected cell (an empty one, or one holding another application than the one moved)
     // shows where the moved favourite would land.
-    bool marksInsertion(int groupShown, bool isSelectedCell, const TQAppPtr &app) const;
+    bool marksInsertion(Group groupShown, bool isSelectedCell, const TQAppPtr &app) const;
 };
 
 // The side of a rectangle a marker triangle stands on; its tip points into the rectangle.

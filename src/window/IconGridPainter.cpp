@@ -61,23 +61,22 @@ bool IconGridPainter::isOpaque(std::uint64_t row, std::uint64_t col) const
         (QGuiApplication::mouseButtons() & (Qt::LeftButton | Qt::RightButton))) {
         return false; // a pressed icon
     }
-    const int group = _view.groupShown();
+    const Group group = _view.groupShown();
     switch (group) {
-    case TQAppManager::Included:
-    case TQAppManager::Included1D:
-    case TQAppManager::All:
-    case TQAppManager::All1D:
+    case Group::Included:
+    case Group::Included1D:
+    case Group::All:
+    case Group::All1D:
         if (_view.isExcluded(app)) return false;
         break;
-    case TQAppManager::Excluded:
-    case TQAppManager::Excluded1D:
+    case Group::Excluded:
+    case Group::Excluded1D:
         if (!_view.isExcluded(app)) return false;
         break;
     default:
         break;
     }
-    if (_view.modifierKeys().fn() && group != TQAppManager::Running && !_view.isRunning(app))
-        return false;
+    if (_view.modifierKeys().fn() && group != Group::Running && !_view.isRunning(app)) return false;
     return true;
 }
 
@@ -85,8 +84,7 @@ bool IconGridPainter::isHighlighted(std::uint64_t row, std::uint64_t col) const
 {
     const TQAppPtr app = _view.appAtCoords(Coords::cell(row, col));
     if (!app) return false;
-    if (_view.groupShown() != TQAppManager::Running && !_view.modifierKeys().fn() &&
-        _view.isRunning(app))
+    if (_view.groupShown() != Group::Running && !_view.modifierKeys().fn() && _view.isRunning(app))
         return true;
     return _view.dragState().highlightsDropTarget(app, _view.selectedApp());
 }

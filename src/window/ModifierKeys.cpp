@@ -66,25 +66,25 @@ void ModifierKeys::reset()
     _before = Held();
 }
 
-int ModifierKeys::groupShownFor(int groupChosen, int orientation) const
+Group ModifierKeys::groupShownFor(Group groupChosen, int orientation) const
 {
-    int group = groupChosen;
+    Group group = groupChosen;
     if (_now.alt) {
-        if (group == TQAppManager::Included)
-            group = TQAppManager::All;
-        else if (group == TQAppManager::Included1D)
-            group = TQAppManager::All1D;
+        if (group == Group::Included)
+            group = Group::All;
+        else if (group == Group::Included1D)
+            group = Group::All1D;
     }
     if (orientation == 0) {
         switch (group) {
-        case TQAppManager::Included:
-            return TQAppManager::Included1D;
-        case TQAppManager::All:
-            return TQAppManager::All1D;
-        case TQAppManager::Excluded:
-            return TQAppManager::Excluded1D;
-        case TQAppManager::User:
-            return TQAppManager::User1D;
+        case Group::Included:
+            return Group::Included1D;
+        case Group::All:
+            return Group::All1D;
+        case Group::Excluded:
+            return Group::Excluded1D;
+        case Group::User:
+            return Group::User1D;
         default:
             break;
         }
@@ -92,19 +92,18 @@ int ModifierKeys::groupShownFor(int groupChosen, int orientation) const
     return group;
 }
 
-bool ModifierKeys::changeRelaysOut(int groupChosen, bool fileDropInProgress) const
+bool ModifierKeys::changeRelaysOut(Group groupChosen, bool fileDropInProgress) const
 {
     const bool altChanged = _now.alt != _before.alt;
     const bool shiftReleased = _before.shift && !_now.shift;
-    const bool includedChosen =
-        groupChosen == TQAppManager::Included || groupChosen == TQAppManager::Included1D;
+    const bool includedChosen = groupChosen == Group::Included || groupChosen == Group::Included1D;
     return (altChanged && includedChosen) || (!fileDropInProgress && shiftReleased);
 }
 
-bool ModifierKeys::changeRedraws(int groupChosen, bool fileDropInProgress) const
+bool ModifierKeys::changeRedraws(Group groupChosen, bool fileDropInProgress) const
 {
     if (fileDropInProgress) return _now.ctrl != _before.ctrl;
-    return _now.fn != _before.fn && groupChosen != TQAppManager::Running;
+    return _now.fn != _before.fn && groupChosen != Group::Running;
 }
 
 } // namespace kelp

@@ -11,6 +11,8 @@
 // turns a click into "take it out of this group", Ctrl turns a click into "show in the file
 // manager" and widens the applications that may take dragged files, and a click with Meta opens
 // the context menu.
+#include "catalogue/Group.h"
+
 #include <Qt>
 
 class QKeyEvent;
@@ -44,14 +46,14 @@ public:
     // The group shown for the group chosen with the keys held now: Alt shows all applications in
     // place of the included ones; without bunches (orientation 0) a two-level group is shown in its
     // flat form.
-    int groupShownFor(int groupChosen, int orientation) const;
+    Group groupShownFor(Group groupChosen, int orientation) const;
     // Whether the last change asks for the group to be laid out again: Alt went down or up while
     // the included applications are chosen (the group shown changes), or Shift was released outside
     // a file drop.
-    bool changeRelaysOut(int groupChosen, bool fileDropInProgress) const;
+    bool changeRelaysOut(Group groupChosen, bool fileDropInProgress) const;
     // Whether the last change alters how cells look: Ctrl during a file drop (the applications
     // that may take the files), Fn elsewhere except in the running group.
-    bool changeRedraws(int groupChosen, bool fileDropInProgress) const;
+    bool changeRedraws(Group groupChosen, bool fileDropInProgress) const;
 
 private:
     struct Held

@@ -42,23 +42,7 @@ TQIconView::TQIconView(TQAppManager &catalogue, Defaults &defaults, QWidget *par
     setAttribute(Qt::WA_OpaquePaintEvent, false);
 
     connect(&_catalogue, &TQAppManager::progressStep, this, &TQIconView::showProgressStep);
-    using M = TQAppManager;
-    const std::pair<void (M::*)(), int> groupSignals[] = {
-        {&M::runningAppsChanged, M::Running},
-        {&M::allAppsChanged, M::All},
-        {&M::allApps1DChanged, M::All1D},
-        {&M::includedAppsChanged, M::Included},
-        {&M::includedApps1DChanged, M::Included1D},
-        {&M::excludedAppsChanged, M::Excluded},
-        {&M::excludedApps1DChanged, M::Excluded1D},
-        {&M::missingAppsChanged, M::Missing},
-        {&M::userAppsChanged, M::User},
-        {&M::userApps1DChanged, M::User1D},
-    };
-    for (const auto &[signal, group] : groupSignals) {
-        const int g = group;
-        connect(&_catalogue, signal, this, [this, g] { catalogueGroupChanged(g); });
-    }
+    connect(&_catalogue, &TQAppManager::groupChanged, this, &TQIconView::catalogueGroupChanged);
     connect(
         &_defaults, &Defaults::changed, this,
         [this](const QString &key, const QVariant &, const QVariant &) { defaultsChanged(key); });
@@ -111,14 +95,14 @@ void TQIconView::defaultsChanged(const QString &key)
 
 // --- Group and layout ----------------------------------------------------------------------------
 
-int TQIconView::groupToShowConsideringModifiers(int group) const
+Group TQIconView::groupToShowConsideringModifiers(Group group) const
 {
     return _modifiers.groupShownFor(group, _layout.orientation());
 }
 
-void TQIconView::setGroupToShow(int group)
+void TQIconView::setGroupToShow(Group group)
 {
-    if (group < 0 || group > 9) {
+    if (!isValidGroup(group)) {
         qCWarning(lcWindow) << "Ignoring a request to show group" << group;
         return;
     }
@@ -168,7 +152,7 @@ GridShape TQIconView::shapeOfAppsShown() const
 void TQIconView::resizeViewForced(bool forced)
 {
     selectCoords(Coords::none());
-    const int previousGroup = _groupShown;
+    const Group previousGroup = _groupShown;
     _groupShown = groupToShowConsideringModifiers(_groupToShow);
     fetchAppsShown();
     if (_groupShown != previousGroup) {
@@ -180,7 +164,7 @@ void TQIconView::resizeViewForced(bool forced)
     const int oldCellWidth = _layout.cellWidth();
     update();
 
-    _layout.setGroup(_groupShown);
+    _layout.setGroup(static_cast<int>(_groupShown));
     _layout.setShape(shapeOfAppsShown());
     _layout.setMaxViewSize(QSizeF(maxIconViewSize()));
     _layout.setFallbackSize(QSizeF(size()));
@@ -208,7 +192,7 @@ void TQIconView::setMaxIconViewSize(QSize size)
 {
     if (size == _maxIconViewSize) return;
     _maxIconViewSize = size;
-    if (_groupToShow >= 0) resizeViewForced(false);
+    if (_groupToShow != Group::None) resizeViewForced(false);
 }
 
 QSize TQIconView::maxIconViewSize() const
@@ -219,9 +203,9 @@ QSize TQIconView::maxIconViewSize() const
     return available - QSize(96, 128);
 }
 
-void TQIconView::catalogueGroupChanged(int group)
+void TQIconView::catalogueGroupChanged(Group group)
 {
-    if (group == TQAppManager::Excluded1D) rebuildExcludedSet();
+    if (group == Group::Excluded1D) rebuildExcludedSet();
     if (group == _groupShown)
         resizeViewForced(false);
     else
@@ -385,9 +369,9 @@ bool TQIconView::performKeyEquivalent(QKeyEvent *event)
     if (c == 0) return false;
     if (!event->modifiers().testFlag(Qt::ControlModifier))
         return c == 27 && handleCancelOperation();
-    const int g = _groupShown;
-    const bool bunched = g == TQAppManager::Included || g == TQAppManager::Excluded ||
-                         g == TQAppManager::All || g == TQAppManager::User;
+    const Group g = _groupShown;
+    const bool bunched =
+        g == Group::Included || g == Group::Excluded || g == Group::All || g == Group::User;
     if (bunched && (c == U'=' || c == U'-')) return changeRowOrColumnCount(c == U'=');
     if (c == U'`') {
         if (_defaults.value(Key::GroupContentsSortOrder) == 2) {
@@ -436,7 +420,7 @@ void TQIconView::modifierKeysChanged(Qt::KeyboardModifiers modifiers)
 
 void TQIconView::updateCursor()
 {
-    if (_modifiers.shift() && !_drag.dropInProgress && _groupShown != TQAppManager::Running)
+    if (_modifiers.shift() && !_drag.dropInProgress && _groupShown != Group::Running)
         setCursor(Qt::ForbiddenCursor); // a Shift-click takes the icon out of the group
     else
         setCursor(Qt::ArrowCursor);
@@ -544,7 +528,7 @@ void TQIconView::launchApp(const TQAppPtr &app, const TQApp::DroppedItems *items
 {
     if (!app) return;
     if (!app->isPathValid()) {
-        if (_groupShown == TQAppManager::User || _groupShown == TQAppManager::User1D)
+        if (_groupShown == Group::User || _groupShown == Group::User1D)
             _catalogue.locateUserApps();
         else
             qCWarning(lcWindow).noquote() << "Invalid application path:" << app->path();

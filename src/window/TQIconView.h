@@ -18,6 +18,7 @@
 //
 // The panel owns the view and forwards key and pointer events (handleKeyDown, handleKeyUp,
 // handleCancelOperation, myMouseMoved); the view never takes the keyboard focus itself.
+#include "catalogue/Group.h"
 #include "catalogue/TQApp.h"
 #include "window/IconContextMenu.h"
 #include "window/IconDrag.h"
@@ -50,12 +51,12 @@ public:
     // --- Group ----------------------------------------------------------------------------------
     // Shows group (0 to 9) unless it is already the one shown; remembers it as the group to
     // restore next time, resets the filter and the selection, and lays the group out.
-    void setGroupToShow(int group);
-    int groupToShow() const { return _groupToShow; }
-    int groupShown() const { return _groupShown; }
+    void setGroupToShow(Group group);
+    Group groupToShow() const { return _groupToShow; }
+    Group groupShown() const { return _groupShown; }
     // The group that group turns into with the modifier keys held now (Alt: included -> all) and
     // without bunches (orientation 0: two-level groups are shown flat).
-    int groupToShowConsideringModifiers(int group) const;
+    Group groupToShowConsideringModifiers(Group group) const;
     // Whether the group shown is bunched, and whether it holds any application.
     bool showsBunches() const { return !_shownIsFlat; }
     bool hasAppsShown() const
@@ -176,7 +177,7 @@ Q_SIGNALS:
     void filterStringChanged(QString filterString, double resetInterval);
     void selectNextIconGroup();
     void selectPrevIconGroup();
-    void groupShownChanged(int group);
+    void groupShownChanged(kelp::Group group);
     // An application was launched from the panel; the panel hides without waiting for it.
     void appLaunched(std::shared_ptr<kelp::TQApp> app);
 
@@ -194,7 +195,7 @@ private:
     void fetchAppsShown();
     AppList appsShown1D() const;
     GridShape shapeOfAppsShown() const;
-    void catalogueGroupChanged(int group);
+    void catalogueGroupChanged(Group group);
     void defaultsChanged(const QString &key);
     void rebuildExcludedSet();
     void setNeedsDisplayForApp(const TQAppPtr &app);
@@ -206,8 +207,8 @@ private:
     IconGridLayout _layout;
     QSize _maxIconViewSize;
 
-    int _groupToShow = -1;
-    int _groupShown = -1;
+    Group _groupToShow = Group::None;
+    Group _groupShown = Group::None;
     bool _shownIsFlat = true;
     AppList _appsShownFlat;
     AppLists _appsShownBunches;

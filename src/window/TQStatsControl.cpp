@@ -21,7 +21,7 @@ namespace {
 
 struct ButtonSpec
 {
-    int group;
+    Group group;
     const char *longFormat; // "%1" is the count
     const char *shortFormat;
     const char *tiny;
@@ -30,15 +30,15 @@ struct ButtonSpec
 
 // Display order, left to right.
 constexpr ButtonSpec kSpecs[TQStatsControl::kButtonCount] = {
-    {TQAppManager::All, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Total"),
+    {Group::All, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Total"),
      QT_TRANSLATE_NOOP("TQStatsControl", "%1 T"), QT_TRANSLATE_NOOP("TQStatsControl", "T"), false},
-    {TQAppManager::Included, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Included"),
+    {Group::Included, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Included"),
      QT_TRANSLATE_NOOP("TQStatsControl", "%1 I"), QT_TRANSLATE_NOOP("TQStatsControl", "I"), true},
-    {TQAppManager::Excluded, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Excluded"),
+    {Group::Excluded, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Excluded"),
      QT_TRANSLATE_NOOP("TQStatsControl", "%1 E"), QT_TRANSLATE_NOOP("TQStatsControl", "E"), false},
-    {TQAppManager::User, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Favorite"),
+    {Group::User, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Favorite"),
      QT_TRANSLATE_NOOP("TQStatsControl", "%1 F"), QT_TRANSLATE_NOOP("TQStatsControl", "F"), true},
-    {TQAppManager::Running, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Running"),
+    {Group::Running, QT_TRANSLATE_NOOP("TQStatsControl", "%1 Running"),
      QT_TRANSLATE_NOOP("TQStatsControl", "%1 R"), QT_TRANSLATE_NOOP("TQStatsControl", "R"), true},
 };
 constexpr int kFavouritesIndex = 3;
@@ -77,12 +77,9 @@ TQStatsControl::TQStatsControl(TQAppManager &catalogue, Defaults &defaults, QWid
     _dragTimer.setSingleShot(true);
     connect(&_dragTimer, &QTimer::timeout, this, &TQStatsControl::dragTimerFired);
 
-    for (auto signal : {&TQAppManager::allAppsChanged, &TQAppManager::allApps1DChanged,
-                        &TQAppManager::includedAppsChanged, &TQAppManager::includedApps1DChanged,
-                        &TQAppManager::excludedAppsChanged, &TQAppManager::excludedApps1DChanged,
-                        &TQAppManager::userAppsChanged, &TQAppManager::userApps1DChanged,
-                        &TQAppManager::runningAppsChanged})
-        connect(&_catalogue, signal, this, &TQStatsControl::refreshCounts);
+    connect(&_catalogue, &TQAppManager::groupChanged, this, [this](Group group) {
+        if (group != Group::Missing) refreshCounts();
+    });
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
         if (PanelColours::dependsOn(key)) updateColours();
     });
@@ -99,22 +96,22 @@ QSize TQStatsControl::sizeHint() const
     return QSize(200, 20);
 }
 
-int TQStatsControl::groupForGroup(int group)
+Group TQStatsControl::groupForGroup(Group group)
 {
     switch (group) {
-    case 0:
-        return 0;
-    case 1:
-    case 2:
-        return 1;
-    case 5:
-    case 6:
-        return 5;
-    case 8:
-    case 9:
-        return 8;
-    default: // 3, 4, 7 (missing), anything else
-        return 3;
+    case Group::Running:
+        return Group::Running;
+    case Group::Included:
+    case Group::Included1D:
+        return Group::Included;
+    case Group::All:
+    case Group::All1D:
+        return Group::All;
+    case Group::User:
+    case Group::User1D:
+        return Group::User;
+    default: // excluded, missing, anything else
+        return Group::Excluded;
     }
 }
 
@@ -125,15 +122,15 @@ int TQStatsControl::indexOfSelectedButton() const
     return -1;
 }
 
-int TQStatsControl::groupForSelectedButton() const
+Group TQStatsControl::groupForSelectedButton() const
 {
     const int index = indexOfSelectedButton();
-    return index < 0 ? -1 : _buttons[size_t(index)].group;
+    return index < 0 ? Group::None : _buttons[size_t(index)].group;
 }
 
-void TQStatsControl::selectButtonForGroup(int group)
+void TQStatsControl::selectButtonForGroup(Group group)
 {
-    const int buttonGroup = groupForGroup(group);
+    const Group buttonGroup = groupForGroup(group);
     for (Button &b : _buttons) {
         b.state = b.group == buttonGroup ? 1 : 0;
         b.tempState = Normal;

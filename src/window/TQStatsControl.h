@@ -6,6 +6,7 @@
 // view, or a drag resting over a button switches the group the icon view shows; the bar follows
 // the group actually shown, so the lit button always matches the grid. Labels come in three
 // lengths ("12 Included", "12 I", "I") and the bar takes the longest that fits its window.
+#include "catalogue/Group.h"
 #include "window/PanelColours.h"
 
 #include <QFont>
@@ -32,9 +33,9 @@ public:
 
     struct Button
     {
-        int state = 0;     // 1: selected
-        int tempState = 0; // TempState
-        int group = 0;     // the group number the button shows
+        int state = 0;                // 1: selected
+        int tempState = 0;            // TempState
+        Group group = Group::Running; // the group the button shows
         bool tabbable = false;
         QRectF rect;
         QString longLabel, shortLabel, tinyLabel;
@@ -47,14 +48,14 @@ public:
 
     // The button group for any group number: the flat form of a group lights its two-level
     // button, and the missing group (7) and anything unknown light Excluded.
-    static int groupForGroup(int group);
+    static Group groupForGroup(Group group);
 
     const Button &button(int index) const { return _buttons.at(size_t(index)); }
     int indexOfSelectedButton() const;
-    int groupForSelectedButton() const;
+    Group groupForSelectedButton() const;
 
     // Lights the buttons of the group shown (follows the icon view; switches nothing).
-    void selectButtonForGroup(int group);
+    void selectButtonForGroup(kelp::Group group);
     // Lights one button (index clamped to 0..4) and asks for its group (groupToShowRequested).
     void selectButtonAtIndex(int index);
     // The next / previous tabbable button, wrapping around.
@@ -88,7 +89,7 @@ public:
 
 Q_SIGNALS:
     // The user picked a group (click, key, swipe, spring-loaded drag).
-    void groupToShowRequested(int group);
+    void groupToShowRequested(kelp::Group group);
 
 protected:
     void paintEvent(QPaintEvent *event) override;

@@ -38,9 +38,9 @@ protected:
         catalogue->setWalksInBackground(false);
     }
 
-    QString userFile(const QString &name) const
+    static QString userFile(const QString &name)
     {
-        return TQAppManager::catalogueFolder() + QLatin1Char('/') + name;
+        return CatalogueFiles::catalogueFolder() + QLatin1Char('/') + name;
     }
     QString machineFile(const QString &name) const
     {
@@ -58,8 +58,8 @@ protected:
     // Fills group 5 the way a start from the cached file does.
     void setAll(const QList<QStringList> &folders)
     {
-        ASSERT_TRUE(QDir().mkpath(TQAppManager::catalogueFolder()));
-        ASSERT_TRUE(plist::writeXmlFile(userFile(TQAppManager::kAllApplicationsFile),
+        ASSERT_TRUE(QDir().mkpath(CatalogueFiles::catalogueFolder()));
+        ASSERT_TRUE(plist::writeXmlFile(userFile(CatalogueFiles::kAllApplicationsFile),
                                         pathsVariant(folders)));
         catalogue->readAllAppsFromDisk();
     }

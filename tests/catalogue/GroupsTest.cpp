@@ -15,18 +15,12 @@ class Groups : public CatalogueFixture
 {
 };
 
-TEST_F(Groups, InterningGivesOneEntryPerPath)
-{
-    makeCatalogue();
-    const TQAppPtr a1 = app(A);
-    const TQAppPtr a2 = app(QStringLiteral("/apps/../apps/Alpha.app"));
-    EXPECT_EQ(a1.get(), a2.get());
-    EXPECT_NE(app(QStringLiteral("/apps/alpha.app")).get(), a1.get());
-}
-
 TEST_F(Groups, DerivedGroupsFollowAllAndExclusions)
 {
     makeCatalogue();
+    // One entry per standardised path, and paths compare case-sensitively.
+    EXPECT_EQ(app(A).get(), app(QStringLiteral("/apps/../apps/Alpha.app")).get());
+    EXPECT_NE(app(A).get(), app(QStringLiteral("/apps/alpha.app")).get());
     setAll({{C, A, B}, {E, D}});
     EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{C, A, B, E, D}));
     EXPECT_EQ(catalogue->allAppsTotalCount(), 5);
@@ -51,8 +45,8 @@ TEST_F(Groups, ExcludedAppThatIsGoneBecomesMissingAndLeavesTheFavourites)
 {
     makeCatalogue();
     setAll({{A, B}});
-    catalogue->moveApp(app(C), TQAppManager::User, TQAppManager::kAtEnd, 0);
-    catalogue->moveApp(app(A), TQAppManager::User, 0, 0);
+    catalogue->moveApp(app(C), Group::User, TQAppManager::kAtEnd, 0);
+    catalogue->moveApp(app(A), Group::User, 0, 0);
     catalogue->excludeApp(app(C));
     EXPECT_EQ(paths(catalogue->missingApps()), (QStringList{C}));
     EXPECT_TRUE(catalogue->excludedApps1D().isEmpty());
@@ -65,7 +59,7 @@ TEST_F(Groups, AutoExclusionByNameAndDockFile)
     makeCatalogue();
     const QString uninstaller = QStringLiteral("/apps/Foo Uninstaller.app");
     setAll({{A, B, uninstaller}});
-    ASSERT_TRUE(test::writeFile(TQAppManager::dockPreferencesFile(),
+    ASSERT_TRUE(test::writeFile(CatalogueFiles::dockPreferencesFile(),
                                 R"(<?xml version="1.0" encoding="UTF-8"?>
 <plist version="1.0"><dict><key>persistent-apps</key><array>
 <dict><key>tile-data</key><dict><key>file-data</key><dict><key>_CFURLString</key><string>file:///apps/Beta.app/</string></dict></dict></dict>
@@ -82,52 +76,45 @@ TEST_F(Groups, AutoExclusionByNameAndDockFile)
     EXPECT_EQ(paths(catalogue->includedApps1D()), (QStringList{A}));
 }
 
-TEST_F(Groups, GroupForAppArrayIsByIdentity)
+TEST_F(Groups, StoredNumbersOutsideTheTenAreNoGroup)
 {
     makeCatalogue();
-    setAll({{A}});
-    EXPECT_EQ(catalogue->groupForAppArray(&catalogue->allApps1D()), TQAppManager::All1D);
-    EXPECT_EQ(catalogue->groupForAppArray(&catalogue->userApps()), TQAppManager::User);
-    const AppList copy = catalogue->allApps1D();
-    EXPECT_EQ(catalogue->groupForAppArray(&copy), -1);
-    EXPECT_EQ(catalogue->flatArrayForGroup(10), nullptr);
-    EXPECT_EQ(catalogue->bunchedArrayForGroup(2), nullptr);
+    for (qint64 stored : {qint64(-2), qint64(10), qint64(1) << 32})
+        EXPECT_EQ(groupFromStored(stored), Group::None) << stored;
+    EXPECT_EQ(groupFromStored(9), Group::User1D);
+    EXPECT_EQ(catalogue->flatArrayForGroup(Group::None), nullptr);
+    EXPECT_EQ(catalogue->bunchedArrayForGroup(Group::None), nullptr);
 }
 
-TEST_F(Groups, SortOrders)
+TEST_F(Groups, SortOrdersLeaveTheFavouritesAlone)
 {
     makeCatalogue();
     const QString zeta = QStringLiteral("/Applications/Zeta.app");
     const QString alpha = QStringLiteral("/Users/a/Applications/Alpha.app");
     setAll({{zeta, alpha}});
+    catalogue->moveApp(app(alpha), Group::User1D, 0, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(zeta), Group::User1D, 0, TQAppManager::kAtEnd);
     int announced = 0;
-    QObject::connect(catalogue.get(), &TQAppManager::allApps1DChanged, [&] { ++announced; });
+    QObject::connect(catalogue.get(), &TQAppManager::groupChanged,
+                     [&](Group group) { announced += group == Group::All1D; });
 
-    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 0);
+    defaults->setValue(Key::GroupContentsSortOrder, 0);
     EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha})) << "by full path";
-    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 1);
+    defaults->setValue(Key::GroupContentsSortOrder, 1);
     EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{alpha, zeta})) << "by name";
     EXPECT_GE(announced, 2);
 
     app(zeta)->setColorSortValue(0.5);
     app(alpha)->setColorSortValue(3.0);
-    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 2);
+    defaults->setValue(Key::GroupContentsSortOrder, 2);
     EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha})) << "by colour, ascending";
 
     // Names compare case-insensitively, using the localised name when there is one.
-    defaults->setValue(QStringLiteral("groupContentsSortOrder"), 1);
+    defaults->setValue(Key::GroupContentsSortOrder, 1);
     app(zeta)->setDisplayName(QStringLiteral("aardvark"));
+    app(alpha)->setDisplayName(QStringLiteral("Beaver"));
     catalogue->sortAllArrays();
     EXPECT_EQ(paths(catalogue->allApps1D()), (QStringList{zeta, alpha}));
-}
-
-TEST_F(Groups, FavouritesAreNeverSorted)
-{
-    makeCatalogue();
-    setAll({{A, B, C}});
-    catalogue->moveApp(app(C), TQAppManager::User1D, 0, TQAppManager::kAtEnd);
-    catalogue->moveApp(app(A), TQAppManager::User1D, 0, TQAppManager::kAtEnd);
-    catalogue->sortAllArrays();
-    AppList userFlat = catalogue->userApps1D();
-    EXPECT_EQ(paths(userFlat), (QStringList{C, A}));
+    EXPECT_EQ(paths(catalogue->userApps1D()), (QStringList{alpha, zeta})) << "never sorted";
+    EXPECT_EQ(paths(catalogue->userApps()), (QList<QStringList>{{alpha}, {zeta}}));
 }

@@ -1,7 +1,5 @@
 #include "CatalogueFixture.h"
 
-#include <QFileInfo>
-
 using namespace kelp;
 using kelp::test::CatalogueFixture;
 
@@ -22,22 +20,16 @@ protected:
             bool first = true;
             for (const QString &path : bunch) {
                 if (first)
-                    catalogue->moveApp(app(path), TQAppManager::User, TQAppManager::kAtEnd, 0);
+                    catalogue->moveApp(app(path), Group::User, TQAppManager::kAtEnd, 0);
                 else
-                    catalogue->moveApp(app(path), TQAppManager::User,
-                                       catalogue->userApps().size() - 1, TQAppManager::kAtEnd);
+                    catalogue->moveApp(app(path), Group::User, catalogue->userApps().size() - 1,
+                                       TQAppManager::kAtEnd);
                 first = false;
             }
         }
     }
     QList<QStringList> bunches() const { return paths(catalogue->userApps()); }
     QStringList flat() const { return paths(catalogue->userApps1D()); }
-    qint64 userFileStamp() const
-    {
-        return QFileInfo(userFile(TQAppManager::kUserApplicationsFile))
-            .lastModified()
-            .toMSecsSinceEpoch();
-    }
 };
 
 TEST_F(Moves, WithinTheFlatList)
@@ -47,19 +39,19 @@ TEST_F(Moves, WithinTheFlatList)
     ASSERT_EQ(flat(), (QStringList{p("A"), p("B"), p("C"), p("D")}));
 
     // Forward: the target counts positions before the entry is taken out.
-    catalogue->moveApp(app(p("A")), TQAppManager::User1D, 0, 3);
+    catalogue->moveApp(app(p("A")), Group::User1D, 0, 3);
     EXPECT_EQ(flat(), (QStringList{p("B"), p("C"), p("A"), p("D")}));
     // Backward.
-    catalogue->moveApp(app(p("D")), TQAppManager::User1D, 0, 0);
+    catalogue->moveApp(app(p("D")), Group::User1D, 0, 0);
     EXPECT_EQ(flat(), (QStringList{p("D"), p("B"), p("C"), p("A")}));
     // Past the end is clamped.
-    catalogue->moveApp(app(p("B")), TQAppManager::User1D, 0, 99);
+    catalogue->moveApp(app(p("B")), Group::User1D, 0, 99);
     EXPECT_EQ(flat(), (QStringList{p("D"), p("C"), p("A"), p("B")}));
     // The bunches keep their own order throughout.
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("A"), p("B"), p("C"), p("D")}}));
 
     // A new entry gets a bunch of its own and its place in the flat list.
-    catalogue->moveApp(app(p("E")), TQAppManager::User1D, 0, 1);
+    catalogue->moveApp(app(p("E")), Group::User1D, 0, 1);
     EXPECT_EQ(flat(), (QStringList{p("D"), p("E"), p("C"), p("A"), p("B")}));
     EXPECT_EQ(bunches().last(), QStringList{p("E")});
 }
@@ -68,16 +60,16 @@ TEST_F(Moves, ToItsOwnPlaceWritesNothing)
 {
     makeCatalogue();
     arrange({{p("A"), p("B")}});
-    QFile::remove(userFile(TQAppManager::kUserApplicationsFile));
+    QFile::remove(userFile(CatalogueFiles::kUserApplicationsFile));
     int signals_ = 0;
-    QObject::connect(catalogue.get(), &TQAppManager::userApps1DChanged, [&] { ++signals_; });
-    catalogue->moveApp(app(p("B")), TQAppManager::User1D, 0, 1);
-    catalogue->moveApp(app(p("A")), TQAppManager::User, 0, 0);
-    EXPECT_FALSE(QFile::exists(userFile(TQAppManager::kUserApplicationsFile)));
+    QObject::connect(catalogue.get(), &TQAppManager::groupChanged, [&] { ++signals_; });
+    catalogue->moveApp(app(p("B")), Group::User1D, 0, 1);
+    catalogue->moveApp(app(p("A")), Group::User, 0, 0);
+    EXPECT_FALSE(QFile::exists(userFile(CatalogueFiles::kUserApplicationsFile)));
     EXPECT_EQ(signals_, 0);
     // Other groups, and no entry at all, are ignored.
-    catalogue->moveApp(app(p("A")), TQAppManager::All1D, 0, 1);
-    catalogue->moveApp(nullptr, TQAppManager::User, 0, 1);
+    catalogue->moveApp(app(p("A")), Group::All1D, 0, 1);
+    catalogue->moveApp(nullptr, Group::User, 0, 1);
     EXPECT_EQ(flat(), (QStringList{p("A"), p("B")}));
 }
 
@@ -87,23 +79,23 @@ TEST_F(Moves, BetweenBunches)
     arrange({{p("A"), p("B")}, {p("C")}, {p("D"), p("E")}});
 
     // Within a bunch, forward.
-    catalogue->moveApp(app(p("A")), TQAppManager::User, 0, 2);
+    catalogue->moveApp(app(p("A")), Group::User, 0, 2);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("B"), p("A")}, {p("C")}, {p("D"), p("E")}}));
     // The only entry of a bunch moved into a later bunch: the emptied bunch goes, and the target
     // bunch number shifts down with it.
-    catalogue->moveApp(app(p("C")), TQAppManager::User, 2, 1);
+    catalogue->moveApp(app(p("C")), Group::User, 2, 1);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("B"), p("A")}, {p("D"), p("C"), p("E")}}));
     // Into an earlier bunch.
-    catalogue->moveApp(app(p("E")), TQAppManager::User, 0, 0);
+    catalogue->moveApp(app(p("E")), Group::User, 0, 0);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("E"), p("B"), p("A")}, {p("D"), p("C")}}));
     // To a new bunch at the end.
-    catalogue->moveApp(app(p("B")), TQAppManager::User, TQAppManager::kAtEnd, 0);
+    catalogue->moveApp(app(p("B")), Group::User, TQAppManager::kAtEnd, 0);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("C")}, {p("B")}}));
     // The only entry of the last bunch, to one past the last bunch: a new bunch again, not a crash.
-    catalogue->moveApp(app(p("B")), TQAppManager::User, 3, 0);
+    catalogue->moveApp(app(p("B")), Group::User, 3, 0);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("C")}, {p("B")}}));
     // A newcomer joins a bunch and the end of the flat list.
-    catalogue->moveApp(app(p("F")), TQAppManager::User, 1, 1);
+    catalogue->moveApp(app(p("F")), Group::User, 1, 1);
     EXPECT_EQ(bunches(),
               (QList<QStringList>{{p("E"), p("A")}, {p("D"), p("F"), p("C")}, {p("B")}}));
     EXPECT_EQ(flat().last(), p("F"));
@@ -115,12 +107,12 @@ TEST_F(Moves, ToANewBunch)
 {
     makeCatalogue();
     arrange({{p("A"), p("B")}, {p("C")}, {p("D")}});
-    catalogue->moveAppToNewBunch(app(p("B")), TQAppManager::User, 0);
+    catalogue->moveAppToNewBunch(app(p("B")), Group::User, 0);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("B")}, {p("A")}, {p("C")}, {p("D")}}));
     // Out of an emptied bunch that lay before the target: the target moves down by one.
-    catalogue->moveAppToNewBunch(app(p("C")), TQAppManager::User, 4);
+    catalogue->moveAppToNewBunch(app(p("C")), Group::User, 4);
     EXPECT_EQ(bunches(), (QList<QStringList>{{p("B")}, {p("A")}, {p("D")}, {p("C")}}));
-    catalogue->moveAppToNewBunch(app(p("E")), TQAppManager::User, 99);
+    catalogue->moveAppToNewBunch(app(p("E")), Group::User, 99);
     EXPECT_EQ(bunches().last(), QStringList{p("E")});
     EXPECT_EQ(flat().last(), p("E"));
 }
@@ -147,21 +139,22 @@ TEST_F(Moves, BestMatchForAMovedApp)
     const TQAppPtr volume = app(QStringLiteral("/Volumes/X/Applications/Foo.app"));
     const TQAppPtr tools = app(QStringLiteral("/Applications/Tools/Foo.app"));
     const TQAppPtr other = app(QStringLiteral("/Applications/Bar.app"));
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{tools, volume, other}), volume);
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppLists{{tools}, {volume}}), volume);
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{tools, other}), tools)
-        << "a single name match";
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{other}), nullptr);
-    EXPECT_EQ(TQAppManager::bestMatchForApp(nullptr, AppList{tools}), nullptr);
+    const auto best = [](const TQAppPtr &a, const AppLists &candidates) {
+        return Favourites::bestMatchForApp(a, candidates);
+    };
+    EXPECT_EQ(best(missing, {{tools}, {volume, other}}), volume) << "the longest trailing run";
+    EXPECT_EQ(best(missing, {{tools, other}}), tools) << "a single name match";
+    EXPECT_EQ(best(missing, {{other}}), nullptr);
+    EXPECT_EQ(best(nullptr, {{tools}}), nullptr);
     // Equal runs: the earlier candidate. No common run at all: nothing.
     const TQAppPtr a = app(QStringLiteral("/x/Foo.app/"));
     const TQAppPtr b = app(QStringLiteral("/y/Foo.app"));
-    EXPECT_EQ(TQAppManager::bestMatchForApp(app(QStringLiteral("/z/Foo.app")), AppList{b, a}), b);
+    EXPECT_EQ(best(app(QStringLiteral("/z/Foo.app")), {{b, a}}), b);
     const TQAppPtr renamedOne = app(QStringLiteral("/p/Foo.desktop"));
     const TQAppPtr renamedTwo = app(QStringLiteral("/q/Foo.desktop"));
     renamedOne->setDisplayName(QStringLiteral("Foo"));
     renamedTwo->setDisplayName(QStringLiteral("Foo"));
-    EXPECT_EQ(TQAppManager::bestMatchForApp(missing, AppList{renamedOne, renamedTwo}), nullptr);
+    EXPECT_EQ(best(missing, {{renamedOne, renamedTwo}}), nullptr);
 }
 
 TEST_F(Moves, LocateMovedFavourites)
@@ -179,6 +172,6 @@ TEST_F(Moves, LocateMovedFavourites)
     EXPECT_EQ(bunches(), (QList<QStringList>{{stays, moved}}));
     EXPECT_EQ(flat(), (QStringList{stays, moved}));
     // Written to disk too.
-    const QVariant file = plist::readFile(userFile(TQAppManager::kUserApplications1DFile)).value;
+    const QVariant file = plist::readFile(userFile(CatalogueFiles::kUserApplications1DFile)).value;
     EXPECT_EQ(file.toStringList(), (QStringList{stays, moved}));
 }

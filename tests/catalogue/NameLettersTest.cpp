@@ -5,48 +5,42 @@
 
 using namespace kelp;
 
-TEST(NameLetters, WorkedTable)
+TEST(NameLetters, Rules)
 {
     const struct
     {
+        const char *rule;
         const char *name;
         const char *letters;
     } cases[] = {
-        {"Safari", "s"},
-        {"Google Chrome", "gc"},
-        {"iTunes", "it"},
-        {"QuickTime Player", "qtp"},
-        {"TextEdit", "te"},
-        {"App Store", "as"},
-        {"VLC", "v"},
-        {"PDFpen", "p"},
-        {"NSDocument", "nd"},
-        {"ABCD-efg", "ae"},
-        {"Microsoft Word 2011", "mw201"},
-        {"Adobe Photoshop CS6", "apc6"},
-        {"\xC3\x9C"
+        {"one word", "Safari", "s"},
+        {"word starts", "Google Chrome", "gc"},
+        {"a capital inside a word", "iTunes", "it"},
+        {"capitals and word starts", "QuickTime Player", "qtp"},
+        {"camel case", "TextEdit", "te"},
+        {"two capitalised words", "App Store", "as"},
+        {"a capital run ending where a word starts", "NSDocument", "nd"},
+        {"capitals alone", "XYZ", "x"},
+        {"a run of capitals: its first", "VLC", "v"},
+        {"a run of capitals before lower case", "PDFpen", "p"},
+        {"a capital run ending in a vowel takes the last capital", "ABCdef", "ad"},
+        {"two consonants take the lower-case letter", "ABxy", "ax"},
+        {"hyphens start words", "ABCD-efg", "ae"},
+        {"each digit once", "R2D2 3000", "r2d30"},
+        {"digits after words", "Microsoft Word 2011", "mw201"},
+        {"digits after a capital run", "Adobe Photoshop CS6", "apc6"},
+        {"a non-ASCII initial is skipped",
+         "\xC3\x9C"
          "ber Tool",
          "t"},
+        {"other punctuation hides a lower-case word start", "(beta) app", "a"},
+        {"...but not a capital", "(Beta) App", "ba"},
+        {"underscores, dots and tabs start words", "foo_bar.baz\tqux", "fbq"},
+        {"nothing", "", ""},
+        {"punctuation alone", "+ - !", ""},
     };
     for (const auto &c : cases)
-        EXPECT_EQ(nameLetters(QString::fromUtf8(c.name)), QByteArray(c.letters)) << c.name;
-}
-
-TEST(NameLetters, WordRulesAndEdges)
-{
-    EXPECT_EQ(nameLetters(QString()), QByteArray());
-    EXPECT_EQ(nameLetters(QStringLiteral("+ - !")), QByteArray());
-    EXPECT_EQ(nameLetters(QStringLiteral("XYZ")), QByteArray("x"));
-    // Punctuation other than "-_." hides the next lower-case word start, not a capital.
-    EXPECT_EQ(nameLetters(QStringLiteral("(beta) app")), QByteArray("a"));
-    EXPECT_EQ(nameLetters(QStringLiteral("(Beta) App")), QByteArray("ba"));
-    EXPECT_EQ(nameLetters(QStringLiteral("foo_bar.baz\tqux")), QByteArray("fbq"));
-    // A run of capitals that ends in a vowel takes the last capital; two consonants take the
-    // lower-case letter.
-    EXPECT_EQ(nameLetters(QStringLiteral("ABCdef")), QByteArray("ad"));
-    EXPECT_EQ(nameLetters(QStringLiteral("ABxy")), QByteArray("ax"));
-    // Digits: every digit once.
-    EXPECT_EQ(nameLetters(QStringLiteral("R2D2 3000")), QByteArray("r2d30"));
+        EXPECT_EQ(nameLetters(QString::fromUtf8(c.name)), QByteArray(c.letters)) << c.rule;
 }
 
 TEST(NameLetters, ContainsLetter)

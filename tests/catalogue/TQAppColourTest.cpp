@@ -43,15 +43,6 @@ std::shared_ptr<TQApp> entryWithIcon(const QImage &icon,
 
 } // namespace
 
-TEST(TQAppColour, GreyIconsSortByLightness)
-{
-    EXPECT_DOUBLE_EQ(entryWithIcon(filled(Qt::white))->colorSortValue(), 1.0);
-    EXPECT_DOUBLE_EQ(entryWithIcon(filled(Qt::black))->colorSortValue(), 1.5);
-    const double grey = entryWithIcon(filled(QColor(128, 128, 128)))->colorSortValue();
-    EXPECT_GT(grey, 1.0);
-    EXPECT_LT(grey, 1.5);
-}
-
 TEST(TQAppColour, ColouredIconsSortByHueFromTheWrapHue)
 {
     const auto red = entryWithIcon(filled(QColor(255, 0, 0)));
@@ -97,9 +88,7 @@ TEST(TQAppColour, DisplayColoursAndSpectrumIcon)
     auto app = entryWithIcon(filled(QColor(0, 0, 255), QColor(255, 255, 0)));
     const QList<TQApp::SortedColour> colours = app->sortedColors();
     ASSERT_GE(colours.size(), 2);
-    // Primary first, twice when it is also the secondary.
-    EXPECT_EQ(colours.at(0).color.rgb(), colours.at(1).color.rgb());
-    EXPECT_GT(colours.at(0).color.blueF(), 0.9);
+    EXPECT_GT(colours.at(0).color.blueF(), 0.9) << "the primary colour first";
 
     const QImage spectrum = app->spectrumIcon();
     ASSERT_EQ(spectrum.size(), QSize(32, 32));

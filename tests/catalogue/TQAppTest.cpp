@@ -4,7 +4,6 @@
 #include "support/TestSupport.h"
 
 #include <QDir>
-#include <QSet>
 
 #include <gtest/gtest.h>
 
@@ -20,10 +19,8 @@ TEST(TQApp, IdentityFollowsTheStandardisedPath)
     EXPECT_EQ(a.hash(), b.hash());
     EXPECT_FALSE(a.isEqual(&c)) << "paths compare case-sensitively";
     EXPECT_FALSE(a.isEqual(nullptr));
-    EXPECT_EQ(a.description(), a.path());
     EXPECT_EQ(TQApp::standardizePath(QStringLiteral("~/x//y/")),
               QDir::homePath() + QStringLiteral("/x/y"));
-    EXPECT_EQ(a.url().toLocalFile(), a.path());
 
     EXPECT_FALSE(a.setPath(QStringLiteral("/Applications/./Foo.app")));
     EXPECT_TRUE(a.setPath(QStringLiteral("/Applications/Bar.app")));
@@ -43,25 +40,6 @@ TEST(TQApp, Names)
     entry.setDisplayName(QStringLiteral("Calculator"));
     EXPECT_FALSE(entry.containsExcludedKeywords());
     EXPECT_FALSE(TQApp::excludedNameSubstrings().isEmpty());
-}
-
-TEST(TQApp, AttributesAndArchive)
-{
-    TQApp app(QStringLiteral("/a/B.app"));
-    app.setAttribute(QStringLiteral("x"), QStringLiteral(""));
-    app.setAttribute(QStringLiteral("x"), QStringLiteral("k"));
-    EXPECT_FALSE(app.attributeForKey(QStringLiteral("")).isValid());
-    app.setAttribute(QVariant(), QStringLiteral("k"));
-    EXPECT_EQ(app.attributeForKey(QStringLiteral("k")).toString(), QStringLiteral("x"));
-
-    const QVariantMap archive = app.encode();
-    EXPECT_EQ(archive.keys(), QStringList{QStringLiteral("ivDict")});
-    EXPECT_EQ(archive.value(QStringLiteral("ivDict")).toMap().keys(),
-              QStringList{QStringLiteral("path")});
-    const auto decoded = TQApp::decode(archive);
-    EXPECT_EQ(decoded->path(), app.path());
-    EXPECT_FALSE(decoded->attributeForKey(QStringLiteral("k")).isValid());
-    EXPECT_FALSE(decoded->hasLetters());
 }
 
 TEST(TQApp, ExtendedAttributesAsText)

@@ -60,7 +60,7 @@ TEST_F(Controller, StartUpShowsThePanelAndExcludesByNameOnce)
     controller->showMainWindow();
     EXPECT_FALSE(controller->mainWindowIsVisible());
 
-    ASSERT_TRUE(test::writeFile(TQAppManager::dockPreferencesFile(), "<plist><dict/></plist>"));
+    ASSERT_TRUE(test::writeFile(CatalogueFiles::dockPreferencesFile(), "<plist><dict/></plist>"));
     controller->applicationDidFinishLaunching();
     EXPECT_TRUE(controller->mainWindowIsVisible()) << "shown before the catalogue is filled";
     EXPECT_EQ(defaults->integer(QStringLiteral("applicationLaunchCount")), 1);

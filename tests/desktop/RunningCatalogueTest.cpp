@@ -91,8 +91,8 @@ TEST_F(RunningCatalogueTest, Group0FollowsLaunchesAndKeepsItsEntries)
     const TQAppPtr first = catalogue->runningApps().first();
 
     int announced = 0;
-    QObject::connect(catalogue.get(), &TQAppManager::runningAppsChanged,
-                     [&announced]() { ++announced; });
+    QObject::connect(catalogue.get(), &TQAppManager::groupChanged,
+                     [&announced](Group group) { announced += group == Group::Running; });
     running->run({a, b, c}, c);
     EXPECT_EQ(group0(), (QStringList{a, b, c}));
     EXPECT_EQ(catalogue->runningApps().first(), first) << "entries must survive rebuilds";

@@ -108,19 +108,19 @@ int main(int argc, char **argv)
     Defaults defaults(home.filePath("config/Kelp/Kelp.plist"));
     registerAllDefaults(defaults);
     defaults.setValue("searchDirectories", QVariantList{QVariantMap{{"path", apps}}});
-    defaults.setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::All));
+    defaults.setValue("groupToShowWhenWindowOpens", qint64(Group::All));
     installDesktopServices();
     IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>("Papirus"));
 
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
     bool scanned = false;
     QObject::connect(&catalogue, &TQAppManager::rescanFinished, [&] { scanned = true; });
-    catalogue.rescanAllAppsPrioritizingGroup(TQAppManager::All, true);
+    catalogue.rescanAllAppsPrioritizingGroup(Group::All, true);
     test::waitUntil([&] { return scanned; });
     catalogue.excludeApp(catalogue.allApps1D().value(2));
-    catalogue.moveApp(catalogue.allApps1D().value(0), TQAppManager::User, TQAppManager::kAtEnd,
+    catalogue.moveApp(catalogue.allApps1D().value(0), Group::User, TQAppManager::kAtEnd,
                       TQAppManager::kAtEnd);
-    catalogue.loadAllIconsPrioritizingGroup(TQAppManager::All);
+    catalogue.loadAllIconsPrioritizingGroup(Group::All);
     QTest::qWait(1500);
 
     TQWindow panel(catalogue, defaults);
@@ -143,7 +143,7 @@ int main(int argc, char **argv)
     defaults.setColor("windowColor", QColor(245, 245, 240));
     defaults.setValue("drawWindowBorder", true);
     defaults.setColor("windowBorderColor", QColor(120, 120, 120));
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     QTest::qWait(300);
     ok = save(panel, out, "panel-light-favourites.png") && ok;
     return ok ? 0 : 1;

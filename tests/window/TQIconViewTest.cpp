@@ -33,7 +33,7 @@ protected:
         setAll({{Safari, Mail, Maps}, {TextEdit, Terminal}});
         view = std::make_unique<TQIconView>(*catalogue, *defaults);
         view->setMaxIconViewSize(QSize(800, 600));
-        view->setGroupToShow(TQAppManager::All);
+        view->setGroupToShow(Group::All);
     }
     void TearDown() override { view.reset(); }
 
@@ -74,23 +74,23 @@ protected:
 TEST_F(IconView, GroupShownFollowsAltAndOrientation)
 {
     QSignalSpy shown(view.get(), &TQIconView::groupShownChanged);
-    view->setGroupToShow(TQAppManager::Included);
-    EXPECT_EQ(view->groupShown(), TQAppManager::Included);
+    view->setGroupToShow(Group::Included);
+    EXPECT_EQ(view->groupShown(), Group::Included);
     EXPECT_EQ(defaults->value(Key::GroupShownWhenWindowClosed), 1) << "remembered";
 
     // Alt shows everything, included or not, until it is released. The key events carry the
     // modifiers held before the key itself.
     EXPECT_FALSE(key(Qt::Key_Alt, QString()));
-    EXPECT_EQ(view->groupShown(), TQAppManager::All);
+    EXPECT_EQ(view->groupShown(), Group::All);
     EXPECT_FALSE(key(Qt::Key_Alt, QString(), Qt::AltModifier, false, QEvent::KeyRelease));
-    EXPECT_EQ(view->groupShown(), TQAppManager::Included);
+    EXPECT_EQ(view->groupShown(), Group::Included);
     EXPECT_EQ(shown.size(), 3);
 
     // Without bunches a two-level group is shown in its flat form.
     defaults->setValue(Key::GroupOrientation, 0);
-    view->setGroupToShow(TQAppManager::User);
-    EXPECT_EQ(view->groupShown(), TQAppManager::User1D);
-    EXPECT_EQ(view->groupToShow(), TQAppManager::User);
+    view->setGroupToShow(Group::User);
+    EXPECT_EQ(view->groupShown(), Group::User1D);
+    EXPECT_EQ(view->groupToShow(), Group::User);
 }
 
 TEST_F(IconView, LayoutFollowsTheCatalogueAndEmptyGroupsGetTheSmallestPanel)
@@ -100,12 +100,12 @@ TEST_F(IconView, LayoutFollowsTheCatalogueAndEmptyGroupsGetTheSmallestPanel)
     QSignalSpy resized(view.get(), &TQIconView::subviewNeedsResizing);
     catalogue->excludeApp(app(Terminal));
     catalogue->excludeApp(app(TextEdit));
-    view->setGroupToShow(TQAppManager::Included);
+    view->setGroupToShow(Group::Included);
     EXPECT_EQ(view->layout().bunchCount(), 1u);
     EXPECT_GE(resized.size(), 1);
 
     // No favourites yet: one empty 68-point cell in the 12-point frame.
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     EXPECT_EQ(view->viewSize(), QSize(92, 92));
     EXPECT_TRUE(view->coordsOfApp(app(Safari)).isNone());
     EXPECT_EQ(view->appAtPoint(QPointF(30, 30)), nullptr);
@@ -221,7 +221,7 @@ TEST_F(IconView, CancelAndCtrlKeys)
         EXPECT_TRUE(ctrl(Qt::Key_Minus, QStringLiteral("-")));
     EXPECT_EQ(view->layout().rowCount(), 1u);
     EXPECT_EQ(view->layout().colCount(), 5u);
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     EXPECT_FALSE(ctrl(Qt::Key_Equal, QStringLiteral("=")));
 
     // Ctrl-"`" shows colour spectra, only while groups are sorted by colour.
@@ -297,13 +297,13 @@ TEST_F(IconView, ContextMenuPerGroup)
     EXPECT_EQ(menuItems(), "Exclude|--|Show in File Manager|--|Send to AppCleaner")
         << "already a favourite";
 
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     view->myMouseMoved(centreOf(Safari));
     defaults->setValue(Key::AppRemoverName, QString());
     EXPECT_EQ(menuItems(), "Move to New Group|Remove Favorite|--|Show in File Manager");
 
     catalogue->excludeApp(app(Terminal));
-    view->setGroupToShow(TQAppManager::Excluded);
+    view->setGroupToShow(Group::Excluded);
     view->myMouseMoved(centreOf(Terminal));
     EXPECT_TRUE(menuItems().startsWith("Include|"));
     view->myMouseMoved(QPointF(1, 1));
@@ -323,10 +323,10 @@ TEST_F(IconView, ClicksLaunchExcludeIncludeAndRemove)
     // favourite.
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Safari));
     EXPECT_EQ(paths(catalogue->excludedApps1D()), (QStringList{Safari}));
-    view->setGroupToShow(TQAppManager::Excluded1D);
+    view->setGroupToShow(Group::Excluded1D);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Safari));
     EXPECT_TRUE(catalogue->excludedApps1D().isEmpty());
-    view->setGroupToShow(TQAppManager::User);
+    view->setGroupToShow(Group::User);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::ShiftModifier, centreOf(Mail));
     EXPECT_EQ(paths(catalogue->userApps()), (QList<QStringList>{{Maps}}));
 
@@ -335,7 +335,7 @@ TEST_F(IconView, ClicksLaunchExcludeIncludeAndRemove)
     app(Maps)->setPathIsValid(true);
     QTest::mouseClick(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Maps));
     EXPECT_EQ(launched.size(), 1);
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     app(Safari)->setPathIsValid(true);
     QTest::mousePress(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Safari));
     QTest::mouseRelease(view.get(), Qt::LeftButton, Qt::NoModifier, centreOf(Maps));
@@ -395,7 +395,7 @@ TEST_F(IconView, ReturnStartsARealProgramWithoutWaitingForIt)
                    .arg(marker)
                    .toUtf8()));
     setAll({{entry, Safari}});
-    view->setGroupToShow(TQAppManager::All1D);
+    view->setGroupToShow(Group::All1D);
     app(entry)->setPathIsValid(true);
 
     QSignalSpy launched(view.get(), &TQIconView::appLaunched);

@@ -68,7 +68,7 @@ protected:
                                                                            : 2]);
     }
     QPoint centreOf(int index) const { return bar->button(index).rect.center().toPoint(); }
-    int requested(const QSignalSpy &spy) const { return spy.last().at(0).toInt(); }
+    Group requested(const QSignalSpy &spy) const { return spy.last().at(0).value<Group>(); }
 
     std::unique_ptr<QWidget> parent;
     TQStatsControl *bar = nullptr;
@@ -78,7 +78,7 @@ TEST_F(StatsControl, CountsFollowTheCatalogue)
 {
     EXPECT_EQ(labels(), "3 Total,3 Included,0 Excluded,0 Favorite,0 Running");
     catalogue->excludeApp(app(Mail));
-    catalogue->moveApp(app(Safari), TQAppManager::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(Safari), Group::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
     bar->setCount(99, 5); // no such button
     bar->setCount(99, -1);
     EXPECT_EQ(labels(), "3 Total,2 Included,1 Excluded,1 Favorite,0 Running");
@@ -117,7 +117,7 @@ TEST_F(StatsControl, TabSkipsButtonsThatAreNotTabbable)
 {
     QSignalSpy requests(bar, &TQStatsControl::groupToShowRequested);
     // Following the icon view asks for nothing; a flat group lights its two-level button.
-    bar->selectButtonForGroup(TQAppManager::Included1D);
+    bar->selectButtonForGroup(Group::Included1D);
     EXPECT_EQ(bar->indexOfSelectedButton(), 1);
     EXPECT_EQ(requests.count(), 0);
 
@@ -126,10 +126,10 @@ TEST_F(StatsControl, TabSkipsButtonsThatAreNotTabbable)
     EXPECT_EQ(tab(), 1);
     EXPECT_EQ(tab(true), 4);
     ASSERT_EQ(requests.count(), 3);
-    EXPECT_EQ(requested(requests), TQAppManager::Running);
+    EXPECT_EQ(requested(requests), Group::Running);
 
     // The first favourite makes the Favorite button reachable.
-    catalogue->moveApp(app(Maps), TQAppManager::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
+    catalogue->moveApp(app(Maps), Group::User, TQAppManager::kAtEnd, TQAppManager::kAtEnd);
     EXPECT_EQ(tab(true), 3);
     EXPECT_EQ(tab(), 4);
     // From Total (reached by a click, not by Tab), Tab goes on to the next tabbable button.
@@ -151,7 +151,7 @@ TEST_F(StatsControl, ClickSelectsTheButtonReleasedOn)
     QTest::mouseRelease(bar, Qt::LeftButton, {}, centreOf(2));
     EXPECT_EQ(bar->button(2).tempState, TQStatsControl::Normal);
     ASSERT_EQ(requests.count(), 1);
-    EXPECT_EQ(requested(requests), TQAppManager::Excluded);
+    EXPECT_EQ(requested(requests), Group::Excluded);
 
     // Released off every button: nothing is chosen.
     QTest::mousePress(bar, Qt::LeftButton, {}, centreOf(0));
@@ -175,7 +175,7 @@ TEST_F(StatsControl, DragRestingOnAButtonSwitchesAfterTheSpringDelay)
     ASSERT_TRUE(kelp::test::waitUntil([&] { return requests.count() > 0; }));
     EXPECT_GE(clock.elapsed(), 150 + 300 - 20);
     EXPECT_EQ(requests.count(), 1);
-    EXPECT_EQ(requested(requests), TQAppManager::Running);
+    EXPECT_EQ(requested(requests), Group::Running);
     EXPECT_EQ(bar->indexOfSelectedButton(), 4);
 
     // Leaving the bar cancels a pending switch.

@@ -58,30 +58,30 @@ protected:
 TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
 {
     defaults->setValue("groupToShowWhenWindowOpens", qint64(-1));
-    defaults->setValue("groupShownWhenWindowClosed", qint64(TQAppManager::All));
+    defaults->setValue("groupShownWhenWindowClosed", qint64(Group::All));
     panel->show();
-    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::All);
+    EXPECT_EQ(panel->iconView()->groupToShow(), Group::All);
     EXPECT_EQ(panel->statsControl()->indexOfSelectedButton(), 0);
     EXPECT_TRUE(panel->isPanelVisible());
 
-    panel->iconView()->setGroupToShow(TQAppManager::Running);
+    panel->iconView()->setGroupToShow(Group::Running);
     EXPECT_EQ(panel->statsControl()->indexOfSelectedButton(), 4); // the bar follows the grid
     panel->hide();
     EXPECT_FALSE(panel->isPanelVisible()); // at once, while it fades
-    EXPECT_EQ(defaults->integer("groupShownWhenWindowClosed"), TQAppManager::Running);
+    EXPECT_EQ(defaults->integer("groupShownWhenWindowClosed"), storedGroup(Group::Running));
     ASSERT_TRUE(waitUntil([&] { return !panel->isVisible(); }));
     EXPECT_FALSE(panel->overlayWindow()->isVisible());
 
     panel->show();
-    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::Running);
+    EXPECT_EQ(panel->iconView()->groupToShow(), Group::Running);
     ASSERT_TRUE(waitUntil([&] { return panel->windowOpacity() >= 1.0; }));
 
     // A fixed choice wins over the remembered group.
     panel->hide();
-    defaults->setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::Included));
+    defaults->setValue("groupToShowWhenWindowOpens", qint64(Group::Included));
     panel->show(); // while still fading out: shown again, on the chosen group
     EXPECT_TRUE(panel->isPanelVisible());
-    EXPECT_EQ(panel->iconView()->groupToShow(), TQAppManager::Included);
+    EXPECT_EQ(panel->iconView()->groupToShow(), Group::Included);
     QTest::qWait(400);
     EXPECT_TRUE(panel->isVisible());
 }
@@ -165,15 +165,15 @@ TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
 
 TEST_F(Panel, KeysGoToTheBarThenTheGridThenThePanel)
 {
-    defaults->setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::Included));
+    defaults->setValue("groupToShowWhenWindowOpens", qint64(Group::Included));
     panel->show();
     QSignalSpy close(panel.get(), &TQWindow::closeRequested);
 
     // Tab belongs to the bar (not to focus changes): no favourites, so Included -> Running.
     QTest::keyClick(panel.get(), Qt::Key_Tab);
-    EXPECT_EQ(panel->iconView()->groupShown(), TQAppManager::Running);
+    EXPECT_EQ(panel->iconView()->groupShown(), Group::Running);
     QTest::keyClick(panel.get(), Qt::Key_Backtab, Qt::ShiftModifier);
-    EXPECT_EQ(panel->iconView()->groupShown(), TQAppManager::Included);
+    EXPECT_EQ(panel->iconView()->groupShown(), Group::Included);
 
     // Letters filter the grid and show in the overlay.
     QTest::keyClicks(panel.get(), QStringLiteral("ap"));

@@ -1,11 +1,8 @@
-// The catalogue's running side: group 0, the front-application history and the questions the
-// panel asks about running applications and dropped items.
-#include "catalogue/TQAppManager.h"
+#include "catalogue/RunningGroup.h"
 
-#include "extras/Logging.h"
-#include "extras/Notifications.h"
+#include "catalogue/GroupDerivation.h"
+#include "catalogue/NameCache.h"
 #include "platform/AppActions.h"
-#include "platform/AppsOnDisk.h"
 #include "platform/Desktop.h"
 #include "platform/RunningApplications.h"
 #include "settings/Defaults.h"
@@ -24,7 +21,7 @@ qsizetype indexOfPath(const AppList &list, const QString &path)
     return -1;
 }
 
-// Group 6's entries whose path, or whose desktop-file ID, is among the applications given.
+// The entries whose path, or whose desktop-file ID, is among the applications given.
 AppList entriesFor(const AppList &all, const QStringList &appPaths)
 {
     QSet<QString> paths;
@@ -44,23 +41,32 @@ AppList entriesFor(const AppList &all, const QStringList &appPaths)
 
 } // namespace
 
-void TQAppManager::setRunningApplications(std::shared_ptr<RunningApplications> running)
+RunningGroup::RunningGroup(Defaults &defaults, NameCache &names, KnownEntry knownEntry,
+                           LoadIcons loadIcons, QObject *parent)
+    : QObject(parent), _defaults(defaults), _names(names), _knownEntry(std::move(knownEntry)),
+      _loadIcons(std::move(loadIcons))
+{}
+
+void RunningGroup::nameEntry(const TQAppPtr &app) const
+{
+    app->setDisplayName(_names.name(app->path()));
+}
+
+void RunningGroup::setRunningApplications(std::shared_ptr<RunningApplications> running)
 {
     if (_running) disconnect(_running.get(), nullptr, this, nullptr);
     _running = std::move(running);
     _frontApps.clear();
     if (!_running) return;
-    connect(_running.get(), &RunningApplications::launched, this, &TQAppManager::handleAppLaunched);
-    connect(_running.get(), &RunningApplications::terminated, this,
-            &TQAppManager::handleAppTerminated);
+    connect(_running.get(), &RunningApplications::launched, this, &RunningGroup::rebuild);
+    connect(_running.get(), &RunningApplications::terminated, this, &RunningGroup::rebuild);
     connect(_running.get(), &RunningApplications::frontSwitched, this,
-            &TQAppManager::handleAppFrontSwitched);
-    connect(_running.get(), &RunningApplications::matchingChanged, this,
-            &TQAppManager::runningAppsListDidChange);
+            &RunningGroup::frontSwitched);
+    connect(_running.get(), &RunningApplications::matchingChanged, this, &RunningGroup::rebuild);
     if (TQAppPtr active = activeApp()) _frontApps.append(active);
 }
 
-AppList TQAppManager::_launchedTQApps() const
+AppList RunningGroup::launchedApps() const
 {
     AppList out;
     if (!_running) return out;
@@ -72,20 +78,20 @@ AppList TQAppManager::_launchedTQApps() const
     return out;
 }
 
-const AppList &TQAppManager::runningApps()
+const AppList &RunningGroup::appsFilled()
 {
-    if (_runningApps.isEmpty() && _running) {
-        _runningApps = _launchedTQApps();
-        for (const TQAppPtr &app : std::as_const(_runningApps))
+    if (_apps.isEmpty() && _running) {
+        _apps = launchedApps();
+        for (const TQAppPtr &app : std::as_const(_apps))
             nameEntry(app);
     }
-    return _runningApps;
+    return _apps;
 }
 
-void TQAppManager::runningAppsListDidChange()
+void RunningGroup::rebuild()
 {
     QHash<QString, TQAppPtr> remembered;
-    for (const TQAppPtr &app : std::as_const(_runningApps))
+    for (const TQAppPtr &app : std::as_const(_apps))
         remembered.insert(app->path(), app);
 
     AppList rebuilt;
@@ -95,7 +101,7 @@ void TQAppManager::runningAppsListDidChange()
             TQAppPtr app = remembered.value(TQApp::standardizePath(running.path));
             if (!app) {
                 app = std::make_shared<TQApp>(running.path);
-                if (const TQAppPtr known = existingAppForPath(app->path());
+                if (const TQAppPtr known = _knownEntry(app->path());
                     known && known->hasDisplayName())
                     app->setDisplayName(known->name());
                 else
@@ -106,39 +112,40 @@ void TQAppManager::runningAppsListDidChange()
             rebuilt.append(app);
         }
     }
-    _runningApps = rebuilt;
-    sortArray(_runningApps); // leaves launch order alone when "sortRunningByLaunchOrder" is on
-    loadIconsForApps(withEntryIcons);
+    _apps = rebuilt;
+    sort();
+    if (!withEntryIcons.isEmpty()) _loadIcons(withEntryIcons);
     _frontApps.removeIf(
-        [this](const TQAppPtr &app) { return indexOfPath(_runningApps, app->path()) < 0; });
-    announce(Running);
+        [this](const TQAppPtr &app) { return indexOfPath(_apps, app->path()) < 0; });
+    Q_EMIT changed();
 }
 
-bool TQAppManager::isAppRunning(const TQAppPtr &app) const
+void RunningGroup::sort()
 {
-    return app && indexOfPath(_runningApps, app->path()) >= 0;
+    if (_apps.isEmpty() || _defaults.value(Key::SortRunningByLaunchOrder)) return;
+    GroupDerivation::sortApps(_apps, _defaults.value(Key::GroupContentsSortOrder));
 }
 
-void TQAppManager::quitApp(const TQAppPtr &app) const
+bool RunningGroup::isRunning(const TQAppPtr &app) const
 {
-    if (app) app->quit();
+    return app && indexOfPath(_apps, app->path()) >= 0;
 }
 
-TQAppPtr TQAppManager::activeApp()
+TQAppPtr RunningGroup::activeApp()
 {
     if (!_running) return nullptr;
     const QString path = _running->activeApplicationPath();
     if (path.isEmpty()) return nullptr;
-    const AppList &running = runningApps();
+    const AppList &running = appsFilled();
     const qsizetype index = indexOfPath(running, TQApp::standardizePath(path));
     if (index >= 0) return running.at(index);
     auto app = std::make_shared<TQApp>(path);
     nameEntry(app);
-    loadIconsForApps(AppList{app});
+    _loadIcons(AppList{app});
     return app;
 }
 
-void TQAppManager::handleAppFrontSwitched()
+void RunningGroup::frontSwitched()
 {
     const TQAppPtr active = activeApp();
     if (!active) return;
@@ -147,7 +154,7 @@ void TQAppManager::handleAppFrontSwitched()
     _frontApps.append(active);
 }
 
-TQAppPtr TQAppManager::lastActiveApp()
+TQAppPtr RunningGroup::lastActiveApp()
 {
     // Kelp itself, as the running layer names it (its desktop entry when one launched it).
     QString selfPath =
@@ -158,7 +165,7 @@ TQAppPtr TQAppManager::lastActiveApp()
     for (auto it = _frontApps.crbegin(); it != _frontApps.crend(); ++it) {
         if ((*it)->path() != selfPath) return *it;
     }
-    const AppList &running = runningApps();
+    const AppList &running = appsFilled();
     if (running.isEmpty()) return nullptr;
     for (auto it = running.crbegin(); it != running.crend(); ++it) {
         if ((*it)->path() != selfPath) return *it;
@@ -166,23 +173,27 @@ TQAppPtr TQAppManager::lastActiveApp()
     return running.first();
 }
 
-void TQAppManager::refreshRunningApps()
+void RunningGroup::refresh(const AppList &catalogueEntries)
 {
     if (!_running) return;
-    _running->setKnownApplications(pathsFromApps(_allApps1D));
-    runningAppsListDidChange();
+    QStringList paths;
+    paths.reserve(catalogueEntries.size());
+    for (const TQAppPtr &a : catalogueEntries)
+        paths.append(a->path());
+    _running->setKnownApplications(paths);
+    rebuild();
 }
 
-AppList TQAppManager::allAppsThatCanAcceptURL(const QUrl &item) const
+AppList RunningGroup::appsThatCanAcceptURL(const QUrl &item, const AppList &entries)
 {
     const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(_allApps1D, actions->appsThatCanAccept(item)) : AppList();
+    return actions ? entriesFor(entries, actions->appsThatCanAccept(item)) : AppList();
 }
 
-AppList TQAppManager::allAppsThatPreferURL(const QUrl &item) const
+AppList RunningGroup::appsThatPreferURL(const QUrl &item, const AppList &entries)
 {
     const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(_allApps1D, actions->appsThatPrefer(item)) : AppList();
+    return actions ? entriesFor(entries, actions->appsThatPrefer(item)) : AppList();
 }
 
 } // namespace kelp
