@@ -1,7 +1,5 @@
 #include "colour/ColourAnalysis.h"
 
-#include "TestBitmaps.h"
-
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,10 +7,47 @@
 #include <random>
 
 using namespace kelp::colour;
-using kelp::colour::test::Rgba;
-using kelp::colour::test::RgbaImage;
-
 namespace {
+
+struct Rgba
+{
+    std::uint8_t r, g, b, a;
+};
+
+// An 8-bit meshed RGBA bitmap (alpha last, not premultiplied) filled with one colour; pixels can
+// then be set one by one.
+class RgbaImage
+{
+public:
+    RgbaImage(int width, int height, Rgba fill = {0, 0, 0, 0}) : m_width(width), m_height(height)
+    {
+        for (int i = 0; i < width * height; ++i)
+            m_bytes.insert(m_bytes.end(), {fill.r, fill.g, fill.b, fill.a});
+    }
+    void set(int x, int y, Rgba c)
+    {
+        std::uint8_t *p = m_bytes.data() + static_cast<std::size_t>(y * m_width + x) * 4;
+        p[0] = c.r;
+        p[1] = c.g;
+        p[2] = c.b;
+        p[3] = c.a;
+    }
+    Bitmap bitmap() const
+    {
+        Bitmap b;
+        b.pixelsWide = m_width;
+        b.pixelsHigh = m_height;
+        b.bytesPerRow = m_width * 4;
+        b.bitmapFormat = AlphaNonpremultiplied;
+        b.data = m_bytes.data();
+        return b;
+    }
+
+private:
+    int m_width;
+    int m_height;
+    std::vector<std::uint8_t> m_bytes;
+};
 
 std::uint32_t keyOf(int r, int g, int b)
 {

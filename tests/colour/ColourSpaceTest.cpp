@@ -13,16 +13,11 @@ TEST(ColourSpace, BlackAndNonPositiveLightnessMapToZero)
     EXPECT_EQ(luvToXyz({-3.0, 40.0, -20.0, 1.0}), (Colour{0.0, 0.0, 0.0, 1.0}));
 }
 
-TEST(ColourSpace, LightnessBranchAtEpsilonIsLinear)
+// Either side of the threshold, L* is 8 and the inverse gives the threshold back.
+TEST(ColourSpace, LightnessBranchesMeetAtEpsilon)
 {
-    // Exactly at the threshold the linear branch is taken (the test is strictly greater).
-    const Colour luv = xyzToLuv({0.0, kEpsilon, 0.0, 1.0});
-    EXPECT_DOUBLE_EQ(luv[0], kKappa * kEpsilon);
-    // Just above it the cube-root branch gives (almost) the same L*: the two branches meet.
-    const double above = std::nextafter(kEpsilon, 1.0);
-    EXPECT_NEAR(xyzToLuv({0.0, above, 0.0, 1.0})[0], 116.0 * std::cbrt(above) - 16.0, 1e-12);
-    EXPECT_NEAR(luv[0], 8.0, 1e-9);
-    // The inverse switches at L* = 8: both sides give back Y.
+    EXPECT_NEAR(xyzToLuv({0.0, kEpsilon, 0.0, 1.0})[0], 8.0, 1e-9);
+    EXPECT_NEAR(xyzToLuv({0.0, std::nextafter(kEpsilon, 1.0), 0.0, 1.0})[0], 8.0, 1e-9);
     EXPECT_NEAR(luvToXyz({8.0, 0.0, 0.0, 1.0})[1], kEpsilon, 1e-12);
     EXPECT_NEAR(luvToXyz({100.0, 0.0, 0.0, 1.0})[1], 1.0, 1e-12);
 }
@@ -106,29 +101,6 @@ TEST(ColourSpace, PixelPathAgreesWithIndependentConversions)
     const Colour grey = lchOf(128, 128, 128);
     EXPECT_NEAR(grey[0], 53.9760087759, 5e-3);
     EXPECT_LT(grey[1], 0.02);
-}
-
-// Lab L*C*h of the pairs and their CMC 2:1 difference from colorjs.io (deltaE "CMC").
-TEST(ColourSpace, CmcDifferenceAgreesWithIndependentValues)
-{
-    struct Row
-    {
-        double L1, C1, h1, L2, C2, h2, expected;
-    };
-    const Row rows[] = {
-        {50.0, 36.0555127546, 303.690067526, 55.0, 32.0156211872, 321.340191746, 8.02928097130},
-        {30.0, 41.2310562562, 104.036243468, 32.0, 37.0, 108.924644416, 3.06592250661},
-        {70.0, 60.8276253030, 9.46232220803, 68.0, 58.3095189485, 30.9637565321, 12.3600508330},
-    };
-    constexpr double toRadians = kPi / 180.0;
-    for (const Row &r : rows)
-        EXPECT_NEAR(cmcDifference({r.L1, r.C1, r.h1 * toRadians, 1.0},
-                                  {r.L2, r.C2, r.h2 * toRadians, 1.0}, 2.0, 1.0),
-                    r.expected, 1e-8);
-    EXPECT_EQ(cmcDifference({40.0, 20.0, 1.0, 1.0}, {40.0, 20.0, 1.0, 1.0}, 2.0, 1.0), 0.0);
-    // Below L* 16 the lightness weight is the constant 0.511.
-    EXPECT_NEAR(cmcDifference({10.0, 0.0, 0.0, 1.0}, {11.0, 0.0, 0.0, 1.0}, 1.0, 1.0), 1.0 / 0.511,
-                1e-12);
 }
 
 TEST(ColourSpace, MatrixBuilderReproducesSrgbMatrix)
