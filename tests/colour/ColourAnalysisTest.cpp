@@ -19,10 +19,12 @@ struct Rgba
 class RgbaImage
 {
 public:
-    RgbaImage(int width, int height, Rgba fill = {0, 0, 0, 0}) : m_width(width), m_height(height)
+    RgbaImage(int width, int height, Rgba fill = {0, 0, 0, 0})
+        : m_width(width), m_height(height), m_bytes(static_cast<std::size_t>(width * height) * 4)
     {
-        for (int i = 0; i < width * height; ++i)
-            m_bytes.insert(m_bytes.end(), {fill.r, fill.g, fill.b, fill.a});
+        for (int y = 0; y < height; ++y)
+            for (int x = 0; x < width; ++x)
+                set(x, y, fill);
     }
     void set(int x, int y, Rgba c)
     {
