@@ -72,6 +72,24 @@ struct ColourTable
         return index;
     }
 
+    // The node of a colour in its bucket, made when the colour is new; either way the node keeps
+    // the earliest column-by-column position the colour was seen at. Inlined by force: left to
+    // itself, the compiler lays out the pixel loops around it with an extra jump per pixel.
+    [[gnu::always_inline]] std::uint32_t findOrAdd(std::uint32_t key, std::uint32_t colour,
+                                                   std::uint64_t position)
+    {
+        std::uint32_t node = heads[key];
+        while (node != kNoNode && nodes[node].colour != colour)
+            node = nodes[node].next;
+        if (node != kNoNode) {
+            Node &n = nodes[node];
+            n.firstSeen = std::min(n.firstSeen, position);
+        } else {
+            node = push(key, colour, 0, position);
+        }
+        return node;
+    }
+
     template <typename Visit> void forEachUsedBucket(Visit visit)
     {
         for (std::size_t word = 0; word < used.size(); ++word) {
@@ -160,16 +178,7 @@ template <bool HasAlpha, bool Grey> void countPixels(ColourTable &table, const P
             const std::uint64_t position =
                 static_cast<std::uint64_t>(x) * high + static_cast<std::uint64_t>(y);
             const std::uint32_t key = Grey ? std::uint32_t{r} : colourKey(r, g, b);
-            std::uint32_t node = table.heads[key];
-            while (node != kNoNode && table.nodes[node].colour != colour)
-                node = table.nodes[node].next;
-            if (node != kNoNode) {
-                auto &n = table.nodes[node];
-                n.firstSeen = std::min(n.firstSeen, position);
-            } else {
-                node = table.push(key, colour, 0, position);
-            }
-            runNode = node;
+            runNode = table.findOrAdd(key, colour, position);
         }
         if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
     }
@@ -219,16 +228,7 @@ template <bool HasAlpha> void countPixelWords(ColourTable &table, const PixelDes
             const std::uint64_t position =
                 static_cast<std::uint64_t>(x) * high + static_cast<std::uint64_t>(y);
             const std::uint32_t key = colourKey(r, g, b);
-            std::uint32_t node = table.heads[key];
-            while (node != kNoNode && table.nodes[node].colour != colour)
-                node = table.nodes[node].next;
-            if (node != kNoNode) {
-                auto &n = table.nodes[node];
-                n.firstSeen = std::min(n.firstSeen, position);
-            } else {
-                node = table.push(key, colour, 0, position);
-            }
-            runNode = node;
+            runNode = table.findOrAdd(key, colour, position);
         }
         if (runNode != kNoNode) table.nodes[runNode].weight += runWeight;
     }

@@ -1,16 +1,14 @@
 #include "extras/ColourImage.h"
+#include "support/TestSupport.h"
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QGuiApplication>
-#include <QImageWriter>
-#include <QPainter>
-#include <QTemporaryDir>
 
 #include <thread>
 
 using namespace kelp;
+using kelp::test::writeFile;
 
 namespace {
 
@@ -19,21 +17,6 @@ QImage filled(int w, int h, QImage::Format format, QColor colour)
     QImage image(w, h, format);
     image.fill(colour);
     return image;
-}
-
-std::uint64_t totalWeight(const std::vector<colour::HclColor> &colours)
-{
-    std::uint64_t total = 0;
-    for (const auto &c : colours)
-        total += c.quantity;
-    return total;
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
 }
 
 } // namespace
@@ -45,14 +28,7 @@ TEST(ColourImage, IconFormatIsDescribedInPlace)
     const colour::Bitmap b = describeImage(shared);
     EXPECT_EQ(b.data, image.constBits());
     EXPECT_EQ(shared.constBits(), image.constBits());
-    EXPECT_EQ(b.pixelsWide, 16);
-    EXPECT_EQ(b.pixelsHigh, 8);
-    EXPECT_EQ(b.samplesPerPixel, 4);
-    EXPECT_EQ(b.bitsPerPixel, 32);
-    EXPECT_EQ(b.bytesPerRow, image.bytesPerLine());
-    EXPECT_TRUE(b.hasAlpha);
     EXPECT_EQ(b.bitmapFormat & colour::AlphaNonpremultiplied, 0u);
-    EXPECT_EQ(b.colourModel, colour::ColourModel::RGB);
 
     const auto histogram = colour::colourHistogram(b);
     ASSERT_EQ(histogram.size(), 1u);
@@ -64,10 +40,7 @@ TEST(ColourImage, IconFormatIsDescribedInPlace)
 TEST(ColourImage, GreyAndPaddedRowsAreDescribed)
 {
     QImage grey = filled(5, 3, QImage::Format_Grayscale8, QColor(77, 77, 77));
-    colour::Bitmap b = describeImage(grey);
-    EXPECT_EQ(b.colourModel, colour::ColourModel::Gray);
-    EXPECT_EQ(b.samplesPerPixel, 1);
-    auto histogram = colour::colourHistogram(b);
+    auto histogram = colour::colourHistogram(describeImage(grey));
     ASSERT_EQ(histogram.size(), 1u);
     EXPECT_EQ(histogram[0].red, 77);
     EXPECT_EQ(histogram[0].weight, 15u);
@@ -109,8 +82,9 @@ TEST(ColourImage, RendersFilesIntoCentredSquares)
 
     // A 2:1 SVG: red, centred with transparent bands above and below.
     const QString svg = dir.filePath(QStringLiteral("wide.svg"));
-    writeFile(svg, "<svg xmlns='http://www.w3.org/2000/svg' width='40' height='20' "
-                   "viewBox='0 0 40 20'><rect width='40' height='20' fill='#ff0000'/></svg>");
+    ASSERT_TRUE(
+        writeFile(svg, "<svg xmlns='http://www.w3.org/2000/svg' width='40' height='20' "
+                       "viewBox='0 0 40 20'><rect width='40' height='20' fill='#ff0000'/></svg>"));
     QImage image = renderIconFile(svg, 64);
     ASSERT_FALSE(image.isNull());
     EXPECT_EQ(image.size(), QSize(64, 64));
@@ -132,24 +106,12 @@ TEST(ColourImage, RendersFilesIntoCentredSquares)
     EXPECT_TRUE(renderIconFile(png, 0).isNull());
 }
 
-TEST(ColourImage, RendersIcnsFiles)
-{
-    QTemporaryDir dir;
-    const QString icns = dir.filePath(QStringLiteral("app.icns"));
-    QImageWriter writer(icns, "icns");
-    if (!writer.canWrite()) GTEST_SKIP() << "no ICNS image-format plugin";
-    ASSERT_TRUE(writer.write(filled(128, 128, QImage::Format_ARGB32, QColor(0, 200, 0))));
-    const QImage image = renderIconFile(icns, 32);
-    ASSERT_EQ(image.size(), QSize(32, 32));
-    EXPECT_EQ(image.pixelColor(16, 16), QColor(0, 200, 0));
-}
-
 TEST(ColourImage, RendersOffTheGuiThread)
 {
     QTemporaryDir dir;
     const QString svg = dir.filePath(QStringLiteral("circle.svg"));
-    writeFile(svg, "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 10 10'>"
-                   "<circle cx='5' cy='5' r='5' fill='#00ff00'/></svg>");
+    ASSERT_TRUE(writeFile(svg, "<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 10 10'>"
+                               "<circle cx='5' cy='5' r='5' fill='#00ff00'/></svg>"));
     std::vector<colour::HclColor> colours;
     std::thread worker(
         [&] { colours = dominantColoursOfImage(renderIconFile(svg, 128), 6, 0.14, 0.02); });
@@ -158,7 +120,10 @@ TEST(ColourImage, RendersOffTheGuiThread)
     EXPECT_GT(colours[0].hue, 100.0); // green
     EXPECT_LT(colours[0].hue, 150.0);
     // Roughly the circle's area, counted in whole alpha.
-    EXPECT_NEAR(static_cast<double>(totalWeight(colours)), 3.14159 * 64 * 64, 200.0);
+    std::uint64_t total = 0;
+    for (const auto &c : colours)
+        total += c.quantity;
+    EXPECT_NEAR(static_cast<double>(total), 3.14159 * 64 * 64, 200.0);
 }
 
 int main(int argc, char **argv)

@@ -1,13 +1,10 @@
 #include "colour/ColourSort.h"
 
-#include "TestBitmaps.h"
-
 #include <gtest/gtest.h>
 
 #include <cmath>
 
 using namespace kelp::colour;
-using kelp::colour::test::RgbaImage;
 
 namespace {
 
@@ -47,113 +44,80 @@ std::vector<std::int64_t> countsOf(const std::vector<DisplayColour> &colours)
 
 } // namespace
 
-TEST(ColourSortKey, ColouredIconsByPrimaryHue)
+// The key of each kind of icon: coloured by hue from the wrap hue, grey by lightness or by the
+// hue of its strongest colour, and the key of icons without usable colours.
+TEST(ColourSortKey, KeysOfEachKindOfIcon)
 {
+    struct Row
+    {
+        const char *name;
+        ColorSortParams params;
+        double key;
+        std::vector<HclColor> colours;
+        ColourSortStatus status = ColourSortStatus::Sorted;
+    };
+    const auto with = [](float grayThreshold, float wrapHue, bool graysBySecondary) {
+        ColorSortParams p = defaults();
+        p.colorSortGrayThreshold = grayThreshold;
+        p.colorSortWrapHue = wrapHue;
+        p.colorSortGraysBySecondaryColor = graysBySecondary;
+        return p;
+    };
+    const ColorSortParams plain = defaults(), wrap30 = with(0.05f, 30.0f, false),
+                          quarter = with(0.25f, 0.0f, false), half = with(0.5f, 0.0f, false),
+                          bySecondary = with(0.5f, 0.0f, true), strict = with(1.0f, 0.0f, false);
+    const HclColor lightGrey = colour(0.0, 0.01, 0.6, 3);
+    const HclColor mostlyGrey = colour(0.0, 0.0, 0.7, 90);
+    const HclColor littleGreen = colour(120.0, 0.6, 0.5, 10);
+    const HclColor red = colour(10, 0.5, 0.5, 5), weightless = colour(10, 0.5, 0.5, 0);
     // The primary is the most important coloured record, not the first one.
+    const std::vector<HclColor> threeColours{colour(200, 0.15, 0.2, 100), colour(90, 0.8, 0.5, 100),
+                                             colour(0, 0.02, 0.9, 50)};
+    const Row rows[] = {
+        {"PrimaryIsTheMostImportantColour", plain, 0.25, threeColours},
+        {"WrapHueSortsFirst", wrap30, 0.0, {colour(30, 0.5, 0.5, 10)}},
+        {"HueJustBelowWrapHueSortsLast", wrap30, 359.0 / 360, {colour(29, 0.5, 0.5, 10)}},
+        {"HueAboveWrapHue", wrap30, 0.75, {colour(300, 0.5, 0.5, 10)}},
+        {"ColouredShareAtThresholdIsGrey", quarter, 1.2, {lightGrey, colour(120, 0.5, 0.5, 1)}},
+        {"ColouredShareAboveThreshold", quarter, 1.0 / 3, {lightGrey, colour(120, 0.5, 0.5, 2)}},
+        {"WhiteFirstAmongGreys", plain, 1.0, {colour(0, 0, 1.0, 10)}},
+        {"BlackLastAmongGreys", plain, 1.5, {colour(0, 0, 0.0, 10)}},
+        {"DarkGrey", plain, 1.35, {colour(0, 0, 0.3, 10)}},
+        {"LightnessOverOneCountsAsOne", plain, 1.0, {colour(0, 0, 1.2, 10)}},
+        {"NegativeLightnessCountsAsZero", plain, 1.5, {colour(0, 0, -0.1, 10)}},
+        {"GreyByLightnessDespiteAColour", half, 1.15, {mostlyGrey, littleGreen}},
+        {"GreyBySecondaryColourHue", bySecondary, 1.0 + 1.0 / 6, {mostlyGrey, littleGreen}},
+        {"GreyWithoutColourBySecondary", bySecondary, 1.65, {mostlyGrey}},
+        {"NoColours", plain, kNoColourKey, {}, ColourSortStatus::NoColours},
+        {"ZeroQuantity", plain, kNoColourKey, {weightless}, ColourSortStatus::ZeroQuantity},
+        // Only coloured records, but a threshold no share can pass: no grey to fall back on.
+        {"NoGreyToFallBackOn", strict, kNoColourKey, {red}, ColourSortStatus::NoUsableColours},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const ColourSortResult r = pickAndSortColours(row.colours, row.params);
+        EXPECT_EQ(r.status, row.status);
+        EXPECT_NEAR(r.key, row.key, 1e-12);
+        EXPECT_EQ(r.sortedColours.empty(), row.status != ColourSortStatus::Sorted);
+    }
+}
+
+TEST(ColourSortKey, DisplayColoursStartWithThePrimary)
+{
     const HclColor colours[] = {colour(200.0, 0.15, 0.2, 100), colour(90.0, 0.8, 0.5, 100),
                                 colour(0.0, 0.02, 0.9, 50)};
     const ColourSortResult r = pickAndSortColours(colours, defaults());
-    EXPECT_EQ(r.status, ColourSortStatus::Sorted);
     EXPECT_EQ(r.primary, 1);
     EXPECT_EQ(r.gray, 2);
-    EXPECT_DOUBLE_EQ(r.key, 0.25);
     EXPECT_EQ(countsOf(r.sortedColours), (std::vector<std::int64_t>{100, 100, 100, 50}));
-}
 
-TEST(ColourSortKey, WrapHueRotatesTheCircle)
-{
-    ColorSortParams p = defaults();
-    p.colorSortWrapHue = 30.0f;
-    const HclColor at30[] = {colour(30.0, 0.5, 0.5, 10)};
-    EXPECT_DOUBLE_EQ(pickAndSortColours(at30, p).key, 0.0);
-    const HclColor at29[] = {colour(29.0, 0.5, 0.5, 10)};
-    EXPECT_NEAR(pickAndSortColours(at29, p).key, 1.0 - 30.0 / 360.0 + 29.0 / 360.0, 1e-12);
-    const HclColor at300[] = {colour(300.0, 0.5, 0.5, 10)};
-    EXPECT_NEAR(pickAndSortColours(at300, p).key, 270.0 / 360.0, 1e-12);
-}
-
-TEST(ColourSortKey, ColouredShareMustExceedThreshold)
-{
-    ColorSortParams p = defaults();
-    p.colorSortGrayThreshold = 0.25f;
-    // Coloured share exactly 0.25: grey by lightness.
-    const HclColor quarter[] = {colour(0.0, 0.01, 0.6, 3), colour(120.0, 0.5, 0.5, 1)};
-    ColourSortResult r = pickAndSortColours(quarter, p);
-    EXPECT_DOUBLE_EQ(r.key, (1.0 - 0.6) * 0.5 + 1.0);
-    // A little more colour and it sorts by hue.
-    const HclColor more[] = {colour(0.0, 0.01, 0.6, 3), colour(120.0, 0.5, 0.5, 2)};
-    r = pickAndSortColours(more, p);
-    EXPECT_DOUBLE_EQ(r.key, 120.0 / 360.0);
-}
-
-TEST(ColourSortKey, GreyIconsByLightness)
-{
-    const ColorSortParams p = defaults();
-    const auto keyFor = [&p](double lightness) {
-        const HclColor grey[] = {colour(0.0, 0.0, lightness, 10)};
-        return pickAndSortColours(grey, p).key;
-    };
-    EXPECT_DOUBLE_EQ(keyFor(1.0), 1.0); // white sorts first among greys
-    EXPECT_DOUBLE_EQ(keyFor(0.0), 1.5); // black last
-    EXPECT_DOUBLE_EQ(keyFor(0.3), 1.35);
-    EXPECT_DOUBLE_EQ(keyFor(1.2), 1.0);  // lightness over 1 counts as 1
-    EXPECT_DOUBLE_EQ(keyFor(-0.1), 1.5); // negative lightness counts as 0
-}
-
-TEST(ColourSortKey, GreyIconsBySecondaryColour)
-{
+    // A grey icon sorted by its secondary colour shows the grey, then that colour.
     ColorSortParams p = defaults();
     p.colorSortGraysBySecondaryColor = true;
     p.colorSortGrayThreshold = 0.5f;
-    // Mostly grey with a little green: by the green's hue, in the first half unit above 1.
-    const HclColor someColour[] = {colour(0.0, 0.0, 0.7, 90), colour(120.0, 0.6, 0.5, 10)};
-    ColourSortResult r = pickAndSortColours(someColour, p);
-    EXPECT_DOUBLE_EQ(r.key, 120.0 / 360.0 * 0.5 + 1.0);
-    EXPECT_EQ(countsOf(r.sortedColours), (std::vector<std::int64_t>{90, 10, 90}));
-    // No colour at all: by lightness, in the second half unit.
-    const HclColor noColour[] = {colour(0.0, 0.0, 0.7, 90)};
-    r = pickAndSortColours(noColour, p);
-    EXPECT_NEAR(r.key, 0.3 * 0.5 + 1.5, 1e-12);
-    p.colorSortGraysBySecondaryColor = false;
-    r = pickAndSortColours(someColour, p);
-    EXPECT_NEAR(r.key, 0.3 * 0.5 + 1.0, 1e-12);
-}
-
-TEST(ColourSortKey, NoUsableColours)
-{
-    const ColorSortParams p = defaults();
-    ColourSortResult r = pickAndSortColours({}, p);
-    EXPECT_EQ(r.status, ColourSortStatus::NoColours);
-    EXPECT_EQ(r.key, kNoColourKey);
-    EXPECT_TRUE(r.sortedColours.empty());
-
-    const HclColor weightless[] = {colour(10.0, 0.5, 0.5, 0)};
-    r = pickAndSortColours(weightless, p);
-    EXPECT_EQ(r.status, ColourSortStatus::ZeroQuantity);
-    EXPECT_EQ(r.key, kNoColourKey);
-
-    // Only coloured records, but a threshold no share can pass: no grey to fall back on.
-    ColorSortParams strict = p;
-    strict.colorSortGrayThreshold = 1.0f;
-    const HclColor coloured[] = {colour(10.0, 0.5, 0.5, 5)};
-    r = pickAndSortColours(coloured, strict);
-    EXPECT_EQ(r.status, ColourSortStatus::NoUsableColours);
-    EXPECT_EQ(r.key, kNoColourKey);
-    EXPECT_TRUE(r.sortedColours.empty());
-}
-
-TEST(ColourSortKey, WhiteAndBlackIconsEndToEnd)
-{
-    const ColorSortParams p = defaults();
-    const auto keyOf = [&p](std::uint8_t level) {
-        const RgbaImage image(16, 16, {level, level, level, 255});
-        const auto colours =
-            dominantColours(image.bitmap(), kDominantColourCount, p.colorSortMinSaturation,
-                            p.colorSortMinLuminosity, kMergeDeltaE);
-        return pickAndSortColours(colours, p).key;
-    };
-    EXPECT_DOUBLE_EQ(keyOf(255), 1.0);
-    EXPECT_DOUBLE_EQ(keyOf(0), 1.5);
+    const HclColor grey[] = {colour(0.0, 0.0, 0.7, 90), colour(120.0, 0.6, 0.5, 10)};
+    EXPECT_EQ(countsOf(pickAndSortColours(grey, p).sortedColours),
+              (std::vector<std::int64_t>{90, 10, 90}));
 }
 
 TEST(ColourSortKey, DisplayArrayLayout)
@@ -178,23 +142,14 @@ TEST(ColourSortKey, DisplayArrayLayout)
 // Display colours against colorjs.io: L*u*v* to linear sRGB, then pow(c, 1 / 2.2).
 TEST(ColourSortKey, DisplayColourAgreesWithIndependentConversion)
 {
-    HclColor c;
-    c.L = 50.0;
-    c.u = 20.0;
-    c.v = -30.0;
-    c.alpha = 1.0;
-    c.quantity = 42;
-    DisplayColour d = displayColour(c);
+    DisplayColour d = displayColour({50.0, 20.0, -30.0, 1.0, {}, 42});
     EXPECT_NEAR(d.red, 0.567889115882, 2e-4);
     EXPECT_NEAR(d.green, 0.410519588168, 2e-4);
     EXPECT_NEAR(d.blue, 0.583665525285, 2e-4);
     EXPECT_EQ(d.alpha, 1.0);
     EXPECT_EQ(d.count, 42);
     // Out of gamut is clamped, and black stays black.
-    c.L = 60.0;
-    c.u = 300.0;
-    c.v = 0.0;
-    d = displayColour(c);
+    d = displayColour({60.0, 300.0, 0.0, 1.0, {}, 1});
     EXPECT_EQ(d.red, 1.0);
     EXPECT_EQ(d.green, 0.0);
     d = displayColour(HclColor{});
@@ -240,10 +195,6 @@ TEST(SpectrumIcon, SlicesAndRing)
     colours[2].count = 30;
     const auto layout = spectrumIconLayout(colours, 128);
     ASSERT_TRUE(layout);
-    EXPECT_EQ(layout->size, 128.0);
-    EXPECT_EQ(layout->centre, 64.0);
-    EXPECT_DOUBLE_EQ(layout->pieRadius, 50.2);
-    EXPECT_DOUBLE_EQ(layout->ringInset, 12.8);
     ASSERT_EQ(layout->slices.size(), 2u);
     EXPECT_EQ(layout->slices[0].colourIndex, 1u);
     EXPECT_DOUBLE_EQ(layout->slices[0].startDegrees, 45.0); // centred on the top

@@ -3,19 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <string>
 
 using namespace kelp::colour;
-
-namespace {
-
-void expectNear(const Colour &actual, const Colour &expected, double tolerance)
-{
-    for (int i = 0; i < 4; ++i)
-        EXPECT_NEAR(actual[i], expected[i], tolerance) << "component " << i;
-}
-
-} // namespace
 
 TEST(ColourSpace, BlackAndNonPositiveLightnessMapToZero)
 {
@@ -24,40 +13,21 @@ TEST(ColourSpace, BlackAndNonPositiveLightnessMapToZero)
     EXPECT_EQ(luvToXyz({-3.0, 40.0, -20.0, 1.0}), (Colour{0.0, 0.0, 0.0, 1.0}));
 }
 
-TEST(ColourSpace, LightnessBranchAtEpsilonIsLinear)
+// Either side of the threshold, L* is 8 and the inverse gives the threshold back.
+TEST(ColourSpace, LightnessBranchesMeetAtEpsilon)
 {
-    // Exactly at the threshold the linear branch is taken (the test is strictly greater).
-    const Colour luv = xyzToLuv({0.0, kEpsilon, 0.0, 1.0});
-    EXPECT_DOUBLE_EQ(luv[0], kKappa * kEpsilon);
-    // Just above it the cube-root branch gives (almost) the same L*: the two branches meet.
-    const double above = std::nextafter(kEpsilon, 1.0);
-    EXPECT_NEAR(xyzToLuv({0.0, above, 0.0, 1.0})[0], 116.0 * std::cbrt(above) - 16.0, 1e-12);
-    EXPECT_NEAR(luv[0], 8.0, 1e-9);
-    // The inverse switches at L* = 8: both sides give back Y.
+    EXPECT_NEAR(xyzToLuv({0.0, kEpsilon, 0.0, 1.0})[0], 8.0, 1e-9);
+    EXPECT_NEAR(xyzToLuv({0.0, std::nextafter(kEpsilon, 1.0), 0.0, 1.0})[0], 8.0, 1e-9);
     EXPECT_NEAR(luvToXyz({8.0, 0.0, 0.0, 1.0})[1], kEpsilon, 1e-12);
     EXPECT_NEAR(luvToXyz({100.0, 0.0, 0.0, 1.0})[1], 1.0, 1e-12);
 }
 
-TEST(ColourSpace, XyzToRgbClampsEveryComponentIncludingAlpha)
-{
-    const Colour rgb = xyzToRgb({2.0, 2.0, 2.0, 1.5});
-    EXPECT_EQ(rgb, (Colour{1.0, 1.0, 1.0, 1.0}));
-    const Colour negative = xyzToRgb({0.0, 0.5, 0.0, -0.2});
-    EXPECT_EQ(negative[0], 0.0); // pure Y lies outside the gamut on the red and blue side
-    EXPECT_EQ(negative[2], 0.0);
-    EXPECT_GT(negative[1], 0.0);
-    EXPECT_EQ(negative[3], 0.0);
-}
-
-TEST(ColourSpace, PlainPowerLawGammaBothWays)
+TEST(ColourSpace, PlainPowerLawGamma)
 {
     EXPECT_EQ(gammaTable()[0], 0.0);
     EXPECT_EQ(gammaTable()[255], 1.0);
     // 2.2 power law, not the piecewise sRGB curve (which gives about 0.0030 here).
     EXPECT_NEAR(lineariseByte(10), 8.0466e-4, 1e-7);
-    Colour c{1.0, 0.0, 0.5, 0.3};
-    gammaEncode(c, 2.2);
-    EXPECT_EQ(c, (Colour{1.0, 0.0, std::pow(0.5, 1.0 / 2.2), 0.3}));
 }
 
 TEST(ColourSpace, WrapMovesIntoHalfOpenRange)
@@ -73,40 +43,28 @@ TEST(ColourSpace, WrapMovesIntoHalfOpenRange)
     EXPECT_TRUE(std::isnan(wrap(NAN, 0.0, 360.0)));
     const double far = wrap(1e300, 0.0, 360.0);
     EXPECT_TRUE(far >= 0.0 && far < 360.0);
-
-    EXPECT_DOUBLE_EQ(radiansToTurnFraction(-kPi / 2.0), 0.75);
-    EXPECT_EQ(wrapNegativeDegrees(400.0), 400.0); // only negative angles move
     EXPECT_EQ(hueDegrees(-kPi / 2.0), 270.0);
-}
-
-TEST(ColourSpace, PlaneDistanceIgnoresLightness)
-{
-    EXPECT_EQ(planeDistance({10.0, 3.0, 4.0, 1.0}, {90.0, 3.0, 4.0, 1.0}), 0.0);
-    EXPECT_EQ(planeDistance({50.0, 0.0, 0.0, 1.0}, {20.0, 3.0, 4.0, 1.0}), 5.0);
 }
 
 // Reference values computed with the npm package colorjs.io (0.5.x), whose sRGB matrix and D65
 // white differ from Kelp's in the fifth digit; the tolerances allow for that and nothing more.
 TEST(ColourSpace, AgreesWithIndependentConversions)
 {
+    const auto expectNear = [](const Colour &actual, const Colour &expected, double tolerance) {
+        for (int i = 0; i < 4; ++i)
+            EXPECT_NEAR(actual[i], expected[i], tolerance) << "component " << i;
+    };
     expectNear(rgbToXyz({0.2, 0.5, 0.8, 1.0}),
                {0.405654960267, 0.457865992847, 0.823889275440, 1.0}, 2e-4);
-    expectNear(rgbToXyz({1.0, 0.0, 0.0, 1.0}),
-               {0.412390799266, 0.212639005872, 0.0193308187156, 1.0}, 2e-4);
-
     expectNear(xyzToLuv({0.2, 0.3, 0.4, 1.0}), {61.6542222095, -49.8830884810, -8.57039262474, 1},
                2e-2);
+    // Below the lightness threshold, both ways.
     expectNear(xyzToLuv({0.004, 0.005, 0.006, 1.0}),
                {4.51648148148, -1.93061602972, -0.258487715970, 1.0}, 2e-3);
-    expectNear(xyzToLuv({0.5, 0.2, 0.05, 1.0}), {51.8372115265, 235.936943070, 16.7329984835, 1},
-               2e-2);
-
-    expectNear(luvToXyz({50.0, 20.0, -30.0, 1.0}),
-               {0.224404585820, 0.184186518512, 0.313133387815, 1.0}, 1e-4);
     expectNear(luvToXyz({5.0, 1.0, 2.0, 1.0}),
                {0.00532060579672, 0.00553528229940, 0.00382235414643, 1.0}, 1e-5);
-    expectNear(luvToXyz({80.0, -40.0, 60.0, 1.0}),
-               {0.386392551655, 0.566812907458, 0.269835572274, 1.0}, 1e-4);
+    expectNear(luvToXyz({50.0, 20.0, -30.0, 1.0}),
+               {0.224404585820, 0.184186518512, 0.313133387815, 1.0}, 1e-4);
 
     const Colour lch = luvToLch(xyzToLuv({0.2, 0.3, 0.4, 1.0}));
     EXPECT_NEAR(lch[1], 50.6139718472, 2e-2);
@@ -117,88 +75,51 @@ TEST(ColourSpace, AgreesWithIndependentConversions)
 // fed with the same linearised values.
 TEST(ColourSpace, PixelPathAgreesWithIndependentConversions)
 {
-    struct Case
+    struct Row
     {
+        const char *name;
         std::uint8_t r, g, b;
         double L, C, H;
     };
-    const Case cases[] = {
-        {255, 0, 0, 53.2371155954, 179.038096924, 12.1770506301},
-        {30, 144, 255, 59.6660060941, 106.954552449, 251.680532260},
-        {250, 200, 20, 83.0679596258, 96.0488728075, 64.0886680595},
+    const Row rows[] = {
+        {"Red", 255, 0, 0, 53.2371155954, 179.038096924, 12.1770506301},
+        {"DodgerBlue", 30, 144, 255, 59.6660060941, 106.954552449, 251.680532260},
+        {"Yellow", 250, 200, 20, 83.0679596258, 96.0488728075, 64.0886680595},
     };
-    for (const Case &c : cases) {
-        const Colour lin{lineariseByte(c.r), lineariseByte(c.g), lineariseByte(c.b), 1.0};
-        const Colour lch = luvToLch(xyzToLuv(rgbToXyz(lin)));
-        EXPECT_NEAR(lch[0], c.L, 5e-3);
-        EXPECT_NEAR(lch[1], c.C, 2e-2);
-        EXPECT_NEAR(hueDegrees(lch[2]), c.H, 2e-2);
+    const auto lchOf = [](std::uint8_t r, std::uint8_t g, std::uint8_t b) {
+        return luvToLch(
+            xyzToLuv(rgbToXyz({lineariseByte(r), lineariseByte(g), lineariseByte(b), 1})));
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const Colour lch = lchOf(row.r, row.g, row.b);
+        EXPECT_NEAR(lch[0], row.L, 5e-3);
+        EXPECT_NEAR(lch[1], row.C, 2e-2);
+        EXPECT_NEAR(hueDegrees(lch[2]), row.H, 2e-2);
     }
     // Mid grey: colorjs.io gives chroma 0; Kelp's white is a hair off the matrix white.
-    const Colour grey{lineariseByte(128), lineariseByte(128), lineariseByte(128), 1.0};
-    const Colour lch = luvToLch(xyzToLuv(rgbToXyz(grey)));
-    EXPECT_NEAR(lch[0], 53.9760087759, 5e-3);
-    EXPECT_LT(lch[1], 0.02);
-}
-
-// Lab L*C*h of the pairs and their CMC 2:1 difference from colorjs.io (deltaE "CMC").
-TEST(ColourSpace, CmcDifferenceAgreesWithIndependentValues)
-{
-    struct Case
-    {
-        double L1, C1, h1, L2, C2, h2, expected;
-    };
-    const Case cases[] = {
-        {50.0, 36.0555127546, 303.690067526, 55.0, 32.0156211872, 321.340191746, 8.02928097130},
-        {30.0, 41.2310562562, 104.036243468, 32.0, 37.0, 108.924644416, 3.06592250661},
-        {70.0, 60.8276253030, 9.46232220803, 68.0, 58.3095189485, 30.9637565321, 12.3600508330},
-    };
-    constexpr double toRadians = kPi / 180.0;
-    for (const Case &c : cases) {
-        const double d = cmcDifference({c.L1, c.C1, c.h1 * toRadians, 1.0},
-                                       {c.L2, c.C2, c.h2 * toRadians, 1.0}, 2.0, 1.0);
-        EXPECT_NEAR(d, c.expected, 1e-8);
-    }
-    EXPECT_EQ(cmcDifference({40.0, 20.0, 1.0, 1.0}, {40.0, 20.0, 1.0, 1.0}, 2.0, 1.0), 0.0);
-    // Below L* 16 the lightness weight is the constant 0.511.
-    EXPECT_NEAR(cmcDifference({10.0, 0.0, 0.0, 1.0}, {11.0, 0.0, 0.0, 1.0}, 1.0, 1.0), 1.0 / 0.511,
-                1e-12);
-}
-
-TEST(ColourSpace, IlluminantsInOrderWithStandardWhites)
-{
-    const auto &list = illuminants();
-    EXPECT_EQ(list.front().description, "Illuminant A - Incandescent, Tungsten-Filament Lamp");
-    EXPECT_EQ(list[5].description,
-              "Illuminant D65 - 2\u00b0 Observer, Noon Daylight, Television, sRGB Color Space");
-    EXPECT_EQ(list.back().description,
-              "Illuminant F12 - Philips TL83, Ultralume 30 (CCT 3000K, CRI 83)");
-    EXPECT_NEAR(list[5].white.x, 0.3127, 1e-4);
-    EXPECT_NEAR(list[5].white.y, 0.3290, 1e-4);
+    const Colour grey = lchOf(128, 128, 128);
+    EXPECT_NEAR(grey[0], 53.9760087759, 5e-3);
+    EXPECT_LT(grey[1], 0.02);
 }
 
 TEST(ColourSpace, MatrixBuilderReproducesSrgbMatrix)
 {
     Matrix3 m{};
     ASSERT_TRUE(rgbToXyzMatrix({0.64, 0.33}, {0.30, 0.60}, {0.15, 0.06}, {0.3127, 0.3290}, m));
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(m[r][c], kRgbToXyz[r][c], 5e-4) << r << "," << c;
     Matrix3 inverse{};
     ASSERT_TRUE(invert(kRgbToXyz, inverse));
     for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
-            EXPECT_NEAR(inverse[r][c], kXyzToRgb[r][c], 1e-5);
+        for (int c = 0; c < 3; ++c) {
+            EXPECT_NEAR(m[r][c], kRgbToXyz[r][c], 5e-4) << r << "," << c;
+            EXPECT_NEAR(inverse[r][c], kXyzToRgb[r][c], 1e-5) << r << "," << c;
+        }
     // A permutation needs a row exchange, not a zero-pivot report.
     ASSERT_TRUE(invert({{{0, 1, 0}, {1, 0, 0}, {0, 0, 1}}}, inverse));
     EXPECT_EQ(inverse[0][1], 1.0);
-}
 
-TEST(ColourSpace, SingularMatrixReportsZeroPivot)
-{
-    Matrix3 m{};
-    testing::internal::CaptureStderr();
     // Red and green at the same chromaticity: no inverse.
+    testing::internal::CaptureStderr();
     EXPECT_FALSE(rgbToXyzMatrix({0.64, 0.33}, {0.64, 0.33}, {0.15, 0.06}, {0.3127, 0.3290}, m));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "zero pivot found in line:1\n");
 }

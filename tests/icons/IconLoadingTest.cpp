@@ -116,11 +116,11 @@ TEST_F(IconLoading, FetchesOnlyForANewFileANewSizeOrAMissingIcon)
     EXPECT_TRUE(sameColour(centreColour(red->icon()), kHues[5].colour));
 
     // The size setting: 512 loads 128-pixel icons, 64 loads 64-pixel ones.
-    defaults->setValue(QStringLiteral("maximumIconSize"), qint64(512));
+    defaults->setValue(Key::MaximumIconSize, 512);
     load({red});
     EXPECT_EQ(fetches(), 3u);
     EXPECT_EQ(red->icon().size(), QSize(128, 128));
-    defaults->setValue(QStringLiteral("maximumIconSize"), qint64(64));
+    defaults->setValue(Key::MaximumIconSize, 64);
     load({red});
     EXPECT_EQ(fetches(), 4u);
     EXPECT_EQ(red->icon().size(), QSize(64, 64));
@@ -162,7 +162,7 @@ TEST_F(IconLoading, AFileThatIsGoneShowsNotFoundWithoutAFetch)
 
 TEST_F(IconLoading, ColourSortFollowsIconsOnceAndSettingsWithoutFetching)
 {
-    defaults->setValue(QStringLiteral("groupContentsSortOrder"), qint64(2));
+    defaults->setValue(Key::GroupContentsSortOrder, 2); // by colour
     QStringList paths;
     // Written in reverse so that neither path nor name order is the colour order.
     for (int i = std::size(kHues) - 1; i >= 0; --i) {
@@ -188,7 +188,7 @@ TEST_F(IconLoading, ColourSortFollowsIconsOnceAndSettingsWithoutFetching)
     EXPECT_EQ(namesInAllApps1D(), byHue);
 
     // A new starting hue re-sorts from the colours in hand.
-    defaults->setValue(QStringLiteral("colorSortWrapHue"), 100.0);
+    defaults->setValue(Key::ColorSortWrapHue, 100.0);
     ASSERT_TRUE(waitUntil(loaded));
     ASSERT_TRUE(waitUntil([this] { return !catalogue->isColourSortPending(); }));
     EXPECT_EQ(fetches(), std::size(kHues));
@@ -197,7 +197,7 @@ TEST_F(IconLoading, ColourSortFollowsIconsOnceAndSettingsWithoutFetching)
 
     // A change the float parameters cannot hold changes nothing.
     changes.clear();
-    defaults->setValue(QStringLiteral("colorSortWrapHue"), 100.0000001);
+    defaults->setValue(Key::ColorSortWrapHue, 100.0000001);
     EXPECT_FALSE(catalogue->isColourSortPending());
 
     // Refreshing all icons fetches each once more.

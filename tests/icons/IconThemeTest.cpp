@@ -30,15 +30,11 @@ protected:
     QString base() const { return tmp.filePath(QStringLiteral("icons")); }
     QString userBase() const { return tmp.filePath(QStringLiteral("user-icons")); }
     QString pixmaps() const { return tmp.filePath(QStringLiteral("pixmaps")); }
-    QString iconPath(const QString &theme, const QString &subdir, const QString &file) const
+    // A file below the main base folder: "theme/subdir/name".
+    QString at(const QString &relative) const { return base() + u'/' + relative; }
+    void icon(const QString &relative, const QColor &colour = kGrey)
     {
-        return base() + QLatin1Char('/') + theme + QLatin1Char('/') + subdir + QLatin1Char('/') +
-               file;
-    }
-    void icon(const QString &theme, const QString &subdir, const QString &file,
-              const QColor &colour = kGrey)
-    {
-        ASSERT_TRUE(writeIcon(iconPath(theme, subdir, file), colour));
+        ASSERT_TRUE(writeIcon(at(relative), colour));
     }
     std::shared_ptr<const IconThemeIndex> build(const QString &theme) const
     {
@@ -47,10 +43,8 @@ protected:
     // A hicolor theme with one fixed size and the generic application icon.
     void writeHicolor()
     {
-        ASSERT_TRUE(writeTheme(base(), QStringLiteral("hicolor"), {},
-                               {{QStringLiteral("48x48/apps"), 48, QStringLiteral("Threshold")}}));
-        icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"),
-             QStringLiteral("application-x-executable.png"), kGrey);
+        ASSERT_TRUE(writeTheme(base(), "hicolor", {}, {{"48x48/apps", 48, "Threshold"}}));
+        icon("hicolor/48x48/apps/application-x-executable.png");
     }
 
     QTemporaryDir tmp;
@@ -58,77 +52,72 @@ protected:
 
 TEST_F(IconThemeTest, PicksTheSizeMadeForTheRequestThenScalableThenNearest)
 {
-    ASSERT_TRUE(
-        writeTheme(base(), QStringLiteral("Kelp"), {},
-                   {{QStringLiteral("32x32/apps"), 32, QStringLiteral("Fixed")},
-                    {QStringLiteral("64x64/apps"), 64, QStringLiteral("Fixed")},
-                    {QStringLiteral("48x48/apps"), 48, QStringLiteral("Threshold")},
-                    {QStringLiteral("scalable/apps"), 64, QStringLiteral("Scalable"), 16, 256}}));
-    const QString t = QStringLiteral("Kelp");
-    icon(t, QStringLiteral("32x32/apps"), QStringLiteral("both.png"));
-    icon(t, QStringLiteral("scalable/apps"), QStringLiteral("both.svg"));
-    icon(t, QStringLiteral("32x32/apps"), QStringLiteral("fixed.png"));
-    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("fixed.png"));
-    icon(t, QStringLiteral("48x48/apps"), QStringLiteral("threshold.png"));
-    // Two files in one folder: PNG before SVG.
-    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("twice.svg"));
-    icon(t, QStringLiteral("64x64/apps"), QStringLiteral("twice.png"));
-    const auto index = build(t);
+    ASSERT_TRUE(writeTheme(base(), "Kelp", {},
+                           {{"32x32/apps", 32, "Fixed"},
+                            {"64x64/apps", 64, "Fixed"},
+                            {"48x48/apps", 48, "Threshold"},
+                            {"scalable/apps", 64, "Scalable", 16, 256}}));
+    for (const char *file :
+         {"32x32/apps/both.png", "scalable/apps/both.svg", "32x32/apps/fixed.png",
+          "64x64/apps/fixed.png", "48x48/apps/threshold.png", "64x64/apps/twice.svg",
+          "64x64/apps/twice.png"})
+        icon(QStringLiteral("Kelp/") + QLatin1String(file));
+    const auto index = build("Kelp");
 
-    // Made for the size.
-    EXPECT_EQ(index->lookup(QStringLiteral("both"), 32), iconPath(t, "32x32/apps", "both.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("threshold"), 50),
-              iconPath(t, "48x48/apps", "threshold.png"));
-    // Within the scalable folder's range, and past it: the vector picture.
-    EXPECT_EQ(index->lookup(QStringLiteral("both"), 128), iconPath(t, "scalable/apps", "both.svg"));
-    EXPECT_EQ(index->lookup(QStringLiteral("both"), 512), iconPath(t, "scalable/apps", "both.svg"));
-    // Fixed sizes only: the nearest, the larger one on a tie.
-    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 40), iconPath(t, "32x32/apps", "fixed.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 48), iconPath(t, "64x64/apps", "fixed.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("fixed"), 128), iconPath(t, "64x64/apps", "fixed.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("twice"), 64), iconPath(t, "64x64/apps", "twice.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("absent"), 64), QString());
+    struct Row
+    {
+        const char *name;
+        const char *icon;
+        int size;
+        const char *expected; // below the theme's folder
+    };
+    const Row rows[] = {
+        {"MadeForTheSize", "both", 32, "32x32/apps/both.png"},
+        {"WithinTheThreshold", "threshold", 50, "48x48/apps/threshold.png"},
+        {"ScalableWithinItsRange", "both", 128, "scalable/apps/both.svg"},
+        {"ScalablePastItsRange", "both", 512, "scalable/apps/both.svg"},
+        {"NearestFixedSize", "fixed", 40, "32x32/apps/fixed.png"},
+        {"LargerFixedSizeOnATie", "fixed", 48, "64x64/apps/fixed.png"},
+        {"LargestFixedSizeBelowTheRequest", "fixed", 128, "64x64/apps/fixed.png"},
+        {"PngBeforeSvgInOneFolder", "twice", 64, "64x64/apps/twice.png"},
+        {"Absent", "absent", 64, nullptr},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(index->lookup(QLatin1String(row.icon), row.size),
+                  row.expected ? at(QStringLiteral("Kelp/") + QLatin1String(row.expected))
+                               : QString());
+    }
 }
 
 TEST_F(IconThemeTest, SearchesTheThemeThenItsParentsOnceEachThenHicolorThenPixmaps)
 {
     writeHicolor();
-    const QList<ThemeDir> dirs{{QStringLiteral("32x32/apps"), 32, QStringLiteral("Fixed")},
-                               {QStringLiteral("64x64/apps"), 64, QStringLiteral("Fixed")}};
+    const QList<ThemeDir> dirs{{"32x32/apps", 32, "Fixed"}, {"64x64/apps", 64, "Fixed"}};
     // Kelp -> Parent -> (Kelp again: a loop) and Grand.
-    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Kelp"), {QStringLiteral("Parent")}, dirs));
-    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Parent"),
-                           {QStringLiteral("Kelp"), QStringLiteral("Grand")}, dirs));
-    ASSERT_TRUE(writeTheme(base(), QStringLiteral("Grand"), {QStringLiteral("Missing")}, dirs));
-    icon(QStringLiteral("Kelp"), QStringLiteral("32x32/apps"), QStringLiteral("shared.png"));
-    icon(QStringLiteral("Parent"), QStringLiteral("64x64/apps"), QStringLiteral("shared.png"));
-    icon(QStringLiteral("Grand"), QStringLiteral("64x64/apps"), QStringLiteral("deep.png"));
-    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("deep.png"));
-    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("hi.png"));
-    ASSERT_TRUE(writeIcon(pixmaps() + QStringLiteral("/loose.png"), kGrey));
-    ASSERT_TRUE(writeIcon(pixmaps() + QStringLiteral("/hi.png"), kGrey));
+    ASSERT_TRUE(writeTheme(base(), "Kelp", {"Parent"}, dirs));
+    ASSERT_TRUE(writeTheme(base(), "Parent", {"Kelp", "Grand"}, dirs));
+    ASSERT_TRUE(writeTheme(base(), "Grand", {"Missing"}, dirs));
+    for (const char *file : {"Kelp/32x32/apps/shared.png", "Parent/64x64/apps/shared.png",
+                             "Grand/64x64/apps/deep.png", "hicolor/48x48/apps/deep.png",
+                             "hicolor/48x48/apps/hi.png", "hicolor/48x48/apps/mine.png"})
+        icon(QLatin1String(file));
+    ASSERT_TRUE(writeIcon(userBase() + "/hicolor/48x48/apps/mine.png", kRed));
+    ASSERT_TRUE(writeIcon(pixmaps() + "/loose.png", kGrey));
+    ASSERT_TRUE(writeIcon(pixmaps() + "/hi.png", kGrey));
 
-    const auto index = build(QStringLiteral("Kelp"));
+    const auto index = build("Kelp");
     EXPECT_EQ(index->searchOrder(), (QStringList{"Kelp", "Parent", "Grand", "hicolor"}));
     // The theme's nearest size beats the parent's exact size.
-    EXPECT_EQ(index->lookup(QStringLiteral("shared"), 64),
-              iconPath("Kelp", "32x32/apps", "shared.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("deep"), 48),
-              iconPath("Grand", "64x64/apps", "deep.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("hi"), 64), iconPath("hicolor", "48x48/apps", "hi.png"));
-    EXPECT_EQ(index->lookup(QStringLiteral("loose"), 64), pixmaps() + QStringLiteral("/loose.png"));
+    EXPECT_EQ(index->lookup("shared", 64), at("Kelp/32x32/apps/shared.png"));
+    EXPECT_EQ(index->lookup("deep", 48), at("Grand/64x64/apps/deep.png"));
+    EXPECT_EQ(index->lookup("hi", 64), at("hicolor/48x48/apps/hi.png"));
+    EXPECT_EQ(index->lookup("loose", 64), pixmaps() + "/loose.png");
+    // Earlier base folders override later ones.
+    EXPECT_EQ(index->lookup("mine", 48), userBase() + "/hicolor/48x48/apps/mine.png");
 
     // A theme that is not installed leaves hicolor.
-    EXPECT_EQ(build(QStringLiteral("Nowhere"))->searchOrder(), QStringList{"hicolor"});
-}
-
-TEST_F(IconThemeTest, EarlierBaseFoldersOverrideLaterOnes)
-{
-    writeHicolor();
-    icon(QStringLiteral("hicolor"), QStringLiteral("48x48/apps"), QStringLiteral("mine.png"));
-    ASSERT_TRUE(writeIcon(userBase() + QStringLiteral("/hicolor/48x48/apps/mine.png"), kRed));
-    EXPECT_EQ(build(QStringLiteral("hicolor"))->lookup(QStringLiteral("mine"), 48),
-              userBase() + QStringLiteral("/hicolor/48x48/apps/mine.png"));
+    EXPECT_EQ(build("Nowhere")->searchOrder(), QStringList{"hicolor"});
 }
 
 TEST_F(IconThemeTest, DesktopThemeComesFromGtkThenKdeSettings)
@@ -155,11 +144,9 @@ protected:
     {
         IconThemeTest::SetUp();
         writeHicolor();
-        ASSERT_TRUE(writeTheme(
-            base(), QStringLiteral("Kelp"), {QStringLiteral("hicolor")},
-            {{QStringLiteral("scalable/apps"), 64, QStringLiteral("Scalable"), 8, 512}}));
-        icon(QStringLiteral("Kelp"), QStringLiteral("scalable/apps"), QStringLiteral("red.svg"),
-             kRed);
+        ASSERT_TRUE(
+            writeTheme(base(), "Kelp", {"hicolor"}, {{"scalable/apps", 64, "Scalable", 8, 512}}));
+        icon("Kelp/scalable/apps/red.svg", kRed);
         source = std::make_unique<FreedesktopIconSource>(
             QStringLiteral("Kelp"), QStringList{userBase(), base()}, QStringList{pixmaps()}, false);
     }
@@ -216,7 +203,7 @@ TEST_F(IconSourceTest, DesktopEntriesBundlesAndProgramsGetTheirIconOrTheGenericO
 
 TEST_F(IconSourceTest, WithoutAGenericIconThereIsNoIcon)
 {
-    QFile::remove(iconPath("hicolor", "48x48/apps", "application-x-executable.png"));
+    QFile::remove(at("hicolor/48x48/apps/application-x-executable.png"));
     FreedesktopIconSource bare(QStringLiteral("Kelp"), {base()}, {pixmaps()}, false);
     EXPECT_TRUE(bare.iconForFile(entry("Unknown", "no-such-icon"), 32).isNull());
     EXPECT_FALSE(bare.iconForFile(entry("Named", "red"), 32).isNull());

@@ -16,6 +16,12 @@ using kelp::ValueTransformer;
 
 namespace {
 
+// A converted value as a failure message shows it.
+std::string describe(const QVariant &v)
+{
+    return v.isValid() ? std::string(v.typeName()) + ' ' + v.toString().toStdString() : "nothing";
+}
+
 QVariant forward(const char *name, const QVariant &value)
 {
     const ValueTransformer *t = ValueTransformer::named(QString::fromLatin1(name));
@@ -23,139 +29,128 @@ QVariant forward(const char *name, const QVariant &value)
     return t->transform(value);
 }
 
-QVariant backward(const char *name, const QVariant &value)
-{
-    return ValueTransformer::named(QString::fromLatin1(name))->reverseTransform(value);
-}
-
-std::string errorOf(const char *name, const QVariant &value)
-{
-    try {
-        forward(name, value);
-    } catch (const TransformerError &e) {
-        return e.what();
-    }
-    return "(no error)";
-}
-
 const QVariant nothing;
+const QVariant error; // what a row expects when the transformer throws
 
-TEST(ValueTransformers, AllAreRegisteredByName)
+// One conversion each: the value shown for a stored one (or, reversed, the value stored for a
+// shown one), or the error a binding gets when the value has no number in it.
+TEST(ValueTransformers, Conversions)
 {
-    const QStringList expected{
-        QStringLiteral("TQAnythingToBoolNegatedTransformer"),
-        QStringLiteral("TQAnythingToBoolTransformer"),
-        QStringLiteral("TQBoolToStringTransformer"),
-        QStringLiteral("TQBundleIdentifierToDisplayNameTransformer"),
-        QStringLiteral("TQBundleIdentifierToIconValueTransformer"),
-        QStringLiteral("TQDateToWeekdayValueTransformer"),
-        QStringLiteral("TQFloatGreaterThanZeroTransformer"),
-        QStringLiteral("TQFloatToPercentValueTransformer"),
-        QStringLiteral("TQFontNameToDisplayNameTransformer"),
-        QStringLiteral("TQIntegerIsTwoTransformer"),
-        QStringLiteral("TQIntegerNotZeroTransformer"),
-        QStringLiteral("TQNormalizedFloatToDegreesTransformer"),
-        QStringLiteral("TQNormalizedFloatToUnsignedCharTransformer"),
-        QStringLiteral("TQPathToIconValueTransformer"),
-        QStringLiteral("TQRadiansToDegreesTransformer"),
+    struct Row
+    {
+        const char *name;
+        const char *transformer;
+        QVariant input;
+        QVariant expected;
+        const char *error = nullptr;
+        bool reverse = false;
     };
-    EXPECT_EQ(ValueTransformer::names(), expected);
-    EXPECT_EQ(ValueTransformer::named(QStringLiteral("NoSuchTransformer")), nullptr);
-
-    // Only the numeric conversions go both ways.
-    QStringList reversible;
-    for (const QString &name : expected)
-        if (ValueTransformer::named(name)->allowsReverseTransformation()) reversible.append(name);
-    EXPECT_EQ(reversible, QStringList({QStringLiteral("TQNormalizedFloatToDegreesTransformer"),
-                                       QStringLiteral("TQNormalizedFloatToUnsignedCharTransformer"),
-                                       QStringLiteral("TQRadiansToDegreesTransformer")}));
-    EXPECT_THROW(backward("TQFloatToPercentValueTransformer", 0.5), TransformerError);
-}
-
-TEST(ValueTransformers, PercentRoundsHalfUp)
-{
-    const char *t = "TQFloatToPercentValueTransformer";
-    EXPECT_EQ(forward(t, 0.5), QStringLiteral("50%"));
-    EXPECT_EQ(forward(t, 1), QStringLiteral("100%"));
-    EXPECT_EQ(forward(t, 0.004), QStringLiteral("0%"));
-    EXPECT_EQ(forward(t, 0.125), QStringLiteral("13%"));
-    EXPECT_EQ(forward(t, -0.126), QStringLiteral("-13%"));
-    EXPECT_EQ(forward(t, QStringLiteral("0.25")), QStringLiteral("25%"));
-    EXPECT_FALSE(forward(t, nothing).isValid());
-    EXPECT_EQ(errorOf(t, QDate(2024, 1, 1)), "Value QDate does not respond to floatValue");
-}
-
-TEST(ValueTransformers, UnsignedCharClampsAndRoundsBothWays)
-{
-    const char *t = "TQNormalizedFloatToUnsignedCharTransformer";
-    EXPECT_EQ(forward(t, 1.5).toLongLong(), 255);
-    EXPECT_EQ(forward(t, -0.2).toLongLong(), 0);
-    EXPECT_EQ(forward(t, 0.5).toLongLong(), 128);
-    EXPECT_EQ(forward(t, 1.0).toLongLong(), 255);
-    EXPECT_EQ(forward(t, std::numeric_limits<double>::quiet_NaN()).toLongLong(), 0);
-    EXPECT_FALSE(forward(t, nothing).isValid());
-
-    EXPECT_DOUBLE_EQ(backward(t, 255).toDouble(), 1.0);
-    EXPECT_DOUBLE_EQ(backward(t, 51).toDouble(), 0.2);
-    EXPECT_DOUBLE_EQ(backward(t, 0).toDouble(), 0.0);
-    EXPECT_EQ(backward(t, 51).typeId(), QMetaType::Double);
-    EXPECT_FALSE(backward(t, nothing).isValid());
-}
-
-TEST(ValueTransformers, IntegerTestsTruncateAndRejectValuesWithoutANumber)
-{
+    const char *percent = "TQFloatToPercentValueTransformer";
+    const char *byte = "TQNormalizedFloatToUnsignedCharTransformer";
     const char *isTwo = "TQIntegerIsTwoTransformer";
-    EXPECT_TRUE(forward(isTwo, 2).toBool());
-    EXPECT_TRUE(forward(isTwo, 2.9).toBool());
-    EXPECT_TRUE(forward(isTwo, QStringLiteral("2")).toBool());
-    EXPECT_FALSE(forward(isTwo, 3).toBool());
-    EXPECT_FALSE(forward(isTwo, nothing).toBool());
-    EXPECT_EQ(errorOf(isTwo, QVariantList{2}),
-              "Value QVariantList does not respond to integerValue");
-
     const char *notZero = "TQIntegerNotZeroTransformer";
-    EXPECT_TRUE(forward(notZero, -1).toBool());
-    EXPECT_FALSE(forward(notZero, 0.9).toBool());
-    EXPECT_FALSE(forward(notZero, nothing).toBool());
-    EXPECT_EQ(errorOf(notZero, QByteArray("2")),
-              "Value QByteArray does not respond to integerValue");
-
     const char *positive = "TQFloatGreaterThanZeroTransformer";
-    EXPECT_TRUE(forward(positive, 0.001).toBool());
-    EXPECT_FALSE(forward(positive, 0).toBool());
-    EXPECT_FALSE(forward(positive, -3).toBool());
-    EXPECT_FALSE(forward(positive, nothing).toBool());
-    EXPECT_EQ(errorOf(positive, QVariantMap()), "Value QVariantMap does not respond to floatValue");
+    const char *yesNo = "TQBoolToStringTransformer";
+    const char *degrees = "TQRadiansToDegreesTransformer";
+    const QDate date(2024, 1, 1);
+    const Row rows[] = {
+        {"PercentOfAHalf", percent, 0.5, QStringLiteral("50%")},
+        {"PercentOfOne", percent, 1, QStringLiteral("100%")},
+        {"PercentRoundsDown", percent, 0.004, QStringLiteral("0%")},
+        {"PercentRoundsHalfUp", percent, 0.125, QStringLiteral("13%")},
+        {"PercentOfANegative", percent, -0.126, QStringLiteral("-13%")},
+        {"PercentOfText", percent, QStringLiteral("0.25"), QStringLiteral("25%")},
+        {"PercentOfNothing", percent, nothing, nothing},
+        {"PercentOfADate", percent, date, error, "Value QDate does not respond to floatValue"},
+        {"ByteClampsAboveOne", byte, 1.5, qint64(255)},
+        {"ByteClampsBelowZero", byte, -0.2, qint64(0)},
+        {"ByteRoundsHalfUp", byte, 0.5, qint64(128)},
+        {"ByteOfOne", byte, 1.0, qint64(255)},
+        {"ByteOfNaN", byte, std::numeric_limits<double>::quiet_NaN(), qint64(0)},
+        {"ByteOfNothing", byte, nothing, nothing},
+        {"ByteBackToOne", byte, 255, 1.0, nullptr, true},
+        {"ByteBackToAFifth", byte, 51, 0.2, nullptr, true},
+        {"ByteBackToZero", byte, 0, 0.0, nullptr, true},
+        {"ByteBackFromNothing", byte, nothing, nothing, nullptr, true},
+        {"TwoIsTwo", isTwo, 2, true},
+        {"TwoPointNineTruncatesToTwo", isTwo, 2.9, true},
+        {"TextTwoIsTwo", isTwo, QStringLiteral("2"), true},
+        {"ThreeIsNotTwo", isTwo, 3, false},
+        {"NothingIsNotTwo", isTwo, nothing, false},
+        {"AListIsNoInteger", isTwo, QVariantList{2}, error,
+         "Value QVariantList does not respond to integerValue"},
+        {"MinusOneIsNotZero", notZero, -1, true},
+        {"PointNineTruncatesToZero", notZero, 0.9, false},
+        {"NothingIsZero", notZero, nothing, false},
+        {"BytesAreNoInteger", notZero, QByteArray("2"), error,
+         "Value QByteArray does not respond to integerValue"},
+        {"ATinyNumberIsPositive", positive, 0.001, true},
+        {"ZeroIsNotPositive", positive, 0, false},
+        {"MinusThreeIsNotPositive", positive, -3, false},
+        {"NothingIsNotPositive", positive, nothing, false},
+        {"AMapIsNoNumber", positive, QVariantMap(), error,
+         "Value QVariantMap does not respond to floatValue"},
+        {"ADateHasNoCount", "TQAnythingToBoolTransformer", date, error,
+         "Value QDate does not respond to integerValue"},
+        {"NothingShowsDashes", yesNo, nothing, QStringLiteral("--")},
+        {"TrueShowsYes", yesNo, true, QStringLiteral("YES")},
+        {"ZeroShowsNo", yesNo, 0, QStringLiteral("NO")},
+        {"TextYesShowsYes", yesNo, QStringLiteral("yes"), QStringLiteral("YES")},
+        {"NothingIsZeroDegrees", degrees, nothing, 0.0},
+        {"NothingIsZeroRadians", degrees, nothing, 0.0, nullptr, true},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        const ValueTransformer *t = ValueTransformer::named(QString::fromLatin1(row.transformer));
+        ASSERT_NE(t, nullptr);
+        EXPECT_TRUE(t->allowsReverseTransformation() || !row.reverse);
+        try {
+            const QVariant actual =
+                row.reverse ? t->reverseTransform(row.input) : t->transform(row.input);
+            EXPECT_EQ(row.error, nullptr) << "no error";
+            EXPECT_EQ(actual.typeId(), row.expected.typeId()) << describe(actual);
+            if (row.expected.typeId() == QMetaType::Double)
+                EXPECT_DOUBLE_EQ(actual.toDouble(), row.expected.toDouble());
+            else
+                EXPECT_TRUE(actual == row.expected) << describe(actual);
+        } catch (const TransformerError &e) {
+            EXPECT_STREQ(e.what(), row.error);
+        }
+    }
+    EXPECT_EQ(ValueTransformer::named(QStringLiteral("NoSuchTransformer")), nullptr);
+    EXPECT_FALSE(
+        ValueTransformer::named(QString::fromLatin1(percent))->allowsReverseTransformation());
+    EXPECT_THROW(ValueTransformer::named(QString::fromLatin1(percent))->reverseTransform(0.5),
+                 TransformerError);
 }
 
+// Collections count their elements, text and bytes their length, anything else its integer value.
 TEST(ValueTransformers, AnythingToBoolCountsThenMeasuresThenReadsTheNumber)
 {
-    const char *t = "TQAnythingToBoolTransformer";
-    const char *negated = "TQAnythingToBoolNegatedTransformer";
-    const QList<std::pair<QVariant, bool>> cases{
-        {nothing, false},
-        {QVariantList(), false},
-        {QVariantList{0}, true}, // one element, whatever it is
-        {QVariantMap{{QStringLiteral("k"), 0}}, true},
-        {QString(), false},
-        {QStringLiteral("0"), true}, // a length, not a number
-        {QByteArray("x"), true},
-        {0, false},
-        {0.5, false}, // the integer value of 0.5 is 0
-        {3, true},
-        {true, true},
+    struct Row
+    {
+        const char *name;
+        QVariant input;
+        bool expected;
     };
-    for (const auto &[input, expected] : cases) {
-        EXPECT_EQ(forward(t, input).toBool(), expected) << qPrintable(input.toString());
-        EXPECT_EQ(forward(negated, input).toBool(), !expected) << qPrintable(input.toString());
+    const Row rows[] = {
+        {"Nothing", nothing, false},
+        {"EmptyList", QVariantList(), false},
+        {"ListOfAZero", QVariantList{0}, true},
+        {"MapOfAZero", QVariantMap{{QStringLiteral("k"), 0}}, true},
+        {"EmptyText", QString(), false},
+        {"TextZeroIsALength", QStringLiteral("0"), true},
+        {"Bytes", QByteArray("x"), true},
+        {"Zero", 0, false},
+        {"AHalfTruncatesToZero", 0.5, false},
+        {"Three", 3, true},
+        {"True", true, true},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(forward("TQAnythingToBoolTransformer", row.input).toBool(), row.expected);
+        EXPECT_EQ(forward("TQAnythingToBoolNegatedTransformer", row.input).toBool(), !row.expected);
     }
-    EXPECT_EQ(errorOf(t, QDate(2024, 1, 1)), "Value QDate does not respond to integerValue");
-
-    const char *text = "TQBoolToStringTransformer";
-    EXPECT_EQ(forward(text, nothing), QStringLiteral("--"));
-    EXPECT_EQ(forward(text, true), QStringLiteral("YES"));
-    EXPECT_EQ(forward(text, 0), QStringLiteral("NO"));
-    EXPECT_EQ(forward(text, QStringLiteral("yes")), QStringLiteral("YES"));
 }
 
 TEST(ValueTransformers, DatesShowTheirEnglishWeekday)

@@ -26,7 +26,6 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        file = dir.path() + QStringLiteral("/target");
         ASSERT_TRUE(kelp::test::writeFile(file, "content"));
         const QByteArray native = QFile::encodeName(file);
         if (::setxattr(native.constData(), "user.kelp.probe", "1", 1, 0) != 0) {
@@ -39,15 +38,12 @@ protected:
         ::removexattr(native.constData(), "user.kelp.probe");
     }
 
-    QTemporaryDir dir;
-    QString file;
-};
+    // The full name of one of Kelp's attributes.
+    static QString key(const char *name) { return QStringLiteral("user.kelp.") + name; }
 
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
+    QTemporaryDir dir;
+    const QString file = dir.path() + QStringLiteral("/target");
+};
 
 TEST_F(XattrStoreTest, BytesTextAndPropertyListsRoundTrip)
 {
@@ -58,51 +54,48 @@ TEST_F(XattrStoreTest, BytesTextAndPropertyListsRoundTrip)
         {QStringLiteral("data"), bytes},
         {QStringLiteral("when"), QDateTime(QDate(2024, 5, 13), QTime(8, 0), QTimeZone::utc())},
     };
-    Store::setData(bytes, QStringLiteral("user.kelp.data"), file, true);
-    Store::setString(text, QStringLiteral("user.kelp.text"), file, true);
-    Store::setObject(object, QStringLiteral("user.kelp.object"), file, true);
+    Store::setData(bytes, key("data"), file, true);
+    Store::setString(text, key("text"), file, true);
+    Store::setObject(object, key("object"), file, true);
+    Store::setData(QByteArray(), key("empty"), file, true);
+    Store::setData(QByteArray("\xff\xfe\x80", 3), key("raw"), file, true);
 
-    EXPECT_EQ(Store::dataForKey(QStringLiteral("user.kelp.data"), file, true), bytes);
-    EXPECT_EQ(Store::stringForKey(QStringLiteral("user.kelp.text"), file, true), text);
-    EXPECT_EQ(Store::dataForKey(QStringLiteral("user.kelp.text"), file, true), text.toUtf8())
+    EXPECT_EQ(Store::dataForKey(key("data"), file, true), bytes);
+    EXPECT_EQ(Store::stringForKey(key("text"), file, true), text);
+    EXPECT_EQ(Store::dataForKey(key("text"), file, true), text.toUtf8())
         << "text is stored as bare UTF-8";
-    EXPECT_EQ(Store::objectForKey(QStringLiteral("user.kelp.object"), file, false),
-              QVariant(object));
-    EXPECT_TRUE(
-        Store::dataForKey(QStringLiteral("user.kelp.object"), file, true).startsWith("<?xml"));
-    EXPECT_EQ(sorted(Store::allKeysAtPath(file, true)),
-              QStringList({QStringLiteral("user.kelp.data"), QStringLiteral("user.kelp.object"),
-                           QStringLiteral("user.kelp.text")}));
+    EXPECT_EQ(Store::objectForKey(key("object"), file, false), QVariant(object));
+    EXPECT_TRUE(Store::dataForKey(key("object"), file, true).startsWith("<?xml"));
+    // An empty value is there, and empty.
+    const QByteArray empty = Store::dataForKey(key("empty"), file, true);
+    EXPECT_TRUE(empty.isEmpty() && !empty.isNull());
+    const QString emptyText = Store::stringForKey(key("empty"), file, true);
+    EXPECT_TRUE(emptyText.isEmpty() && !emptyText.isNull());
+    // Bytes that are not UTF-8 are no text.
+    EXPECT_TRUE(Store::stringForKey(key("raw"), file, true).isNull());
+    EXPECT_EQ(Store::dataForKey(key("raw"), file, true).size(), 3);
+
+    QStringList keys = Store::allKeysAtPath(file, true);
+    keys.sort();
+    EXPECT_EQ(keys,
+              QStringList({key("data"), key("empty"), key("object"), key("raw"), key("text")}));
 
     // Rewriting replaces the value, longer or shorter.
-    Store::setString(QStringLiteral("x"), QStringLiteral("user.kelp.text"), file, true);
-    EXPECT_EQ(Store::stringForKey(QStringLiteral("user.kelp.text"), file, true),
-              QStringLiteral("x"));
-}
-
-TEST_F(XattrStoreTest, AnEmptyValueIsPresentButEmpty)
-{
-    Store::setData(QByteArray(), QStringLiteral("user.kelp.empty"), file, true);
-    const QByteArray data = Store::dataForKey(QStringLiteral("user.kelp.empty"), file, true);
-    EXPECT_FALSE(data.isNull());
-    EXPECT_TRUE(data.isEmpty());
-    const QString text = Store::stringForKey(QStringLiteral("user.kelp.empty"), file, true);
-    EXPECT_FALSE(text.isNull());
-    EXPECT_TRUE(text.isEmpty());
-    EXPECT_EQ(Store::allKeysAtPath(file, true), QStringList{QStringLiteral("user.kelp.empty")});
+    Store::setString(QStringLiteral("x"), key("text"), file, true);
+    EXPECT_EQ(Store::stringForKey(key("text"), file, true), QStringLiteral("x"));
 }
 
 TEST_F(XattrStoreTest, MissingAttributesAndFilesGiveNothing)
 {
     EXPECT_TRUE(Store::allKeysAtPath(file, true).isEmpty());
-    EXPECT_TRUE(Store::dataForKey(QStringLiteral("user.kelp.none"), file, true).isNull());
-    EXPECT_TRUE(Store::stringForKey(QStringLiteral("user.kelp.none"), file, true).isNull());
-    EXPECT_FALSE(Store::objectForKey(QStringLiteral("user.kelp.none"), file, true).isValid());
+    EXPECT_TRUE(Store::dataForKey(key("none"), file, true).isNull());
+    EXPECT_TRUE(Store::stringForKey(key("none"), file, true).isNull());
+    EXPECT_FALSE(Store::objectForKey(key("none"), file, true).isValid());
 
     const QString gone = dir.path() + QStringLiteral("/gone");
     EXPECT_TRUE(Store::allKeysAtPath(gone, false).isEmpty());
-    EXPECT_TRUE(Store::dataForKey(QStringLiteral("user.kelp.none"), gone, true).isNull());
-    Store::setData("x", QStringLiteral("user.kelp.x"), gone, true); // silently nothing
+    EXPECT_TRUE(Store::dataForKey(key("none"), gone, true).isNull());
+    Store::setData("x", key("x"), gone, true); // silently nothing
     EXPECT_FALSE(QFile::exists(gone));
 
     // A name outside the user namespace cannot be written by an ordinary program; the write is
@@ -115,37 +108,26 @@ TEST_F(XattrStoreTest, WithoutTraversalALinkIsReadAsItself)
 {
     const QString link = dir.path() + QStringLiteral("/link");
     ASSERT_TRUE(QFile::link(file, link));
-    Store::setString(QStringLiteral("on target"), QStringLiteral("user.kelp.note"), file, true);
+    Store::setString(QStringLiteral("on target"), key("note"), file, true);
 
-    EXPECT_EQ(Store::allKeysAtPath(link, true), QStringList{QStringLiteral("user.kelp.note")});
-    EXPECT_EQ(Store::stringForKey(QStringLiteral("user.kelp.note"), link, true),
-              QStringLiteral("on target"));
+    EXPECT_EQ(Store::allKeysAtPath(link, true), QStringList{key("note")});
+    EXPECT_EQ(Store::stringForKey(key("note"), link, true), QStringLiteral("on target"));
     EXPECT_TRUE(Store::allKeysAtPath(link, false).isEmpty());
-    EXPECT_TRUE(Store::dataForKey(QStringLiteral("user.kelp.note"), link, false).isNull());
+    EXPECT_TRUE(Store::dataForKey(key("note"), link, false).isNull());
 
     // Links cannot carry user attributes: writing to the link itself changes nothing anywhere.
-    Store::setString(QStringLiteral("on link"), QStringLiteral("user.kelp.note"), link, false);
-    EXPECT_EQ(Store::stringForKey(QStringLiteral("user.kelp.note"), file, true),
-              QStringLiteral("on target"));
+    Store::setString(QStringLiteral("on link"), key("note"), link, false);
+    EXPECT_EQ(Store::stringForKey(key("note"), file, true), QStringLiteral("on target"));
     // Following the link writes to the target.
-    Store::setString(QStringLiteral("through link"), QStringLiteral("user.kelp.note"), link, true);
-    EXPECT_EQ(Store::stringForKey(QStringLiteral("user.kelp.note"), file, false),
-              QStringLiteral("through link"));
-}
-
-TEST_F(XattrStoreTest, BytesThatAreNotUtf8AreNoString)
-{
-    Store::setData(QByteArray("\xff\xfe\x80", 3), QStringLiteral("user.kelp.raw"), file, true);
-    EXPECT_TRUE(Store::stringForKey(QStringLiteral("user.kelp.raw"), file, true).isNull());
-    EXPECT_EQ(Store::dataForKey(QStringLiteral("user.kelp.raw"), file, true).size(), 3);
+    Store::setString(QStringLiteral("through link"), key("note"), link, true);
+    EXPECT_EQ(Store::stringForKey(key("note"), file, false), QStringLiteral("through link"));
 }
 
 TEST_F(XattrStoreTest, UnconvertibleValuesThrowAndWriteNothing)
 {
-    const QString key = QStringLiteral("user.kelp.value");
     try {
-        Store::setString(QStringLiteral("broken ") + QChar(0xD800) + QStringLiteral(" pair"), key,
-                         file, true);
+        Store::setString(QStringLiteral("broken ") + QChar(0xD800) + QStringLiteral(" pair"),
+                         key("value"), file, true);
         FAIL() << "an unpaired surrogate was written";
     } catch (const XattrStoreError &e) {
         EXPECT_EQ(e.name(), QStringLiteral("CharacterConversionException"));
@@ -156,19 +138,19 @@ TEST_F(XattrStoreTest, UnconvertibleValuesThrowAndWriteNothing)
          {QVariant(QPoint(1, 2)), QVariant(QVariantMap{{QStringLiteral("p"), QPoint(1, 2)}}),
           QVariant()}) {
         try {
-            Store::setObject(object, key, file, true);
+            Store::setObject(object, key("value"), file, true);
             ADD_FAILURE() << "no error for " << object.typeName();
         } catch (const XattrStoreError &e) {
             EXPECT_EQ(e.name(), QStringLiteral("ZRXattrMetastoreCantSerialize"));
             EXPECT_FALSE(e.reason().isEmpty());
         }
     }
-    EXPECT_TRUE(Store::dataForKey(key, file, true).isNull());
+    EXPECT_TRUE(Store::dataForKey(key("value"), file, true).isNull());
 
     for (const QByteArray &bytes : {QByteArray("not a plist"), QByteArray("")}) {
-        Store::setData(bytes, key, file, true);
+        Store::setData(bytes, key("value"), file, true);
         try {
-            Store::objectForKey(key, file, true);
+            Store::objectForKey(key("value"), file, true);
             ADD_FAILURE() << "no error for " << bytes.constData();
         } catch (const XattrStoreError &e) {
             EXPECT_EQ(e.name(), QStringLiteral("ZRXattrMetastoreCantUnserialize"));
