@@ -4,12 +4,9 @@
 #include "catalogue/TQAppManager.h"
 #include "control/AnalyzeColoursCommand.h"
 #include "control/KelpApplication.h"
-#include "platform/Desktop.h"
-#include "platform/DesktopServices.h"
-#include "platform/RunningApplications.h"
-#include "platform/gio/GioAppsOnDisk.h"
-#include "platform/gio/GioLauncherProgress.h"
-#include "platform/icons/FreedesktopIconSource.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
+#include "platform/DesktopFactory.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 
@@ -41,14 +38,12 @@ int printCatalogue(bool rescan, bool icons)
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 
-    installDesktopServices(); // running applications when there is a display
-    // Icons only when asked for: then each entry's colour key comes from its real icon.
-    if (icons)
-        IconLoader::shared().setIconSource(
-            std::make_shared<FreedesktopIconSource>(defaults.value(kelp::Key::IconThemeName)));
-    else
-        desktop().icons.reset();
-    TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
+    // Running applications when there is a display. Icons only when asked for: then each entry's
+    // colour key comes from its real icon.
+    DesktopOptions options;
+    if (icons) options.iconTheme = defaults.value(Key::IconThemeName);
+    setDesktop(makeDesktop(QGuiApplication::platformName(), options));
+    TQAppManager catalogue(defaults, desktop().appsOnDisk);
     const auto print = [&catalogue, icons]() {
         if (icons) waitForIcons();
         const QByteArray json =
@@ -206,9 +201,9 @@ int main(int argc, char **argv)
                             << '\n';
         return 1;
     }
-    kelp::installDesktopServices();
-    kelp::desktop().launcherProgress = std::make_shared<kelp::GioLauncherProgress>();
-    kelp::desktop().icons = std::make_shared<kelp::FreedesktopIconSource>(
-        kelp::Defaults::standard().value(kelp::Key::IconThemeName));
+    kelp::setDesktop(
+        kelp::makeDesktop(QGuiApplication::platformName(),
+                          {.iconTheme = kelp::Defaults::standard().value(kelp::Key::IconThemeName),
+                           .launcherProgress = true}));
     return kelp::runKelp(request);
 }

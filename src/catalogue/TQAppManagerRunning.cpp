@@ -2,12 +2,12 @@
 // panel asks about running applications and dropped items.
 #include "catalogue/TQAppManager.h"
 
+#include "desktop/AppLauncher.h"
+#include "desktop/AppsOnDisk.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
-#include "platform/AppActions.h"
-#include "platform/AppsOnDisk.h"
-#include "platform/Desktop.h"
-#include "platform/RunningApplications.h"
 #include "settings/Defaults.h"
 
 #include <QCoreApplication>
@@ -175,14 +175,14 @@ void TQAppManager::refreshRunningApps()
 
 AppList TQAppManager::allAppsThatCanAcceptURL(const QUrl &item) const
 {
-    const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(_allApps1D, actions->appsThatCanAccept(item)) : AppList();
+    const AppLauncher *launcher = desktop().launcher.get();
+    return launcher ? entriesFor(_allApps1D, launcher->appsThatCanAccept(item)) : AppList();
 }
 
 AppList TQAppManager::allAppsThatPreferURL(const QUrl &item) const
 {
-    const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(_allApps1D, actions->appsThatPrefer(item)) : AppList();
+    const AppLauncher *launcher = desktop().launcher.get();
+    return launcher ? entriesFor(_allApps1D, launcher->appsThatPrefer(item)) : AppList();
 }
 
 } // namespace kelp

@@ -3,8 +3,8 @@
 #include "catalogue/TQAppManager.h"
 #include "control/TQController.h"
 #include "control/TQWindow.h"
+#include "desktop/Desktop.h"
 #include "extras/Logging.h"
-#include "platform/Desktop.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 

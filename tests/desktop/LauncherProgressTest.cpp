@@ -1,6 +1,6 @@
 // The scan's progress as the dock reads it: a LauncherEntry signal on a private session bus.
-#include "platform/LauncherProgress.h"
-#include "platform/gio/GioLauncherProgress.h"
+#include "desktop/LauncherProgress.h"
+#include "platform/DesktopFactory.h"
 
 #include "support/TestSupport.h"
 
@@ -45,9 +45,13 @@ TEST(LauncherProgress, SignalReachesTheSessionBus)
         return seen.contains("NameAcquired") || seen.contains("signal");
     }));
     {
-        GioLauncherProgress progress(QStringLiteral("kelp.desktop"));
-        progress.showProgress(2, 4);
-        progress.showProgress(0, 0);
+        // The running Kelp's progress, as the desktop is made for it (sent when it goes).
+        DesktopOptions options;
+        options.launcherProgress = true;
+        const Desktop services = makeDesktop(QStringLiteral("offscreen"), options);
+        ASSERT_TRUE(services.launcherProgress);
+        services.launcherProgress->showProgress(2, 4);
+        services.launcherProgress->showProgress(0, 0);
     }
     EXPECT_TRUE(test::waitUntil([&] {
         seen += monitor.readAllStandardOutput();

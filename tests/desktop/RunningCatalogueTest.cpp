@@ -2,10 +2,9 @@
 // hand: rebuilds, reuse of entries, launch order, the history and the previous application.
 #include "catalogue/CatalogueFixture.h"
 
-#include "platform/AppActions.h"
-#include "platform/Desktop.h"
-#include "platform/HeadlessDesktop.h"
-#include "platform/RunningApplications.h"
+#include "desktop/AppLauncher.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -52,13 +51,20 @@ public:
     QStringList known;
 };
 
-// Actions that list the applications GIO would offer for any item.
-class ListingActions : public HeadlessAppActions
+// A launcher that lists the applications GIO would offer for any item, and does nothing else.
+class ListingLauncher : public AppLauncher
 {
 public:
     QStringList appsThatCanAccept(const QUrl &) const override { return accept; }
     QStringList appsThatPrefer(const QUrl &) const override { return prefer; }
     QStringList accept, prefer;
+
+    LaunchResult launch(const QString &, const QList<QUrl> &) override { return {}; }
+    bool canAcceptURL(const QString &, const QUrl &) const override { return false; }
+    bool prefersURL(const QString &, const QUrl &) const override { return false; }
+    void reveal(const QString &) override {}
+    bool sendForDeletionWithDesktopId(const QString &, const QString &) override { return false; }
+    bool sendForDeletionWithApp(const QString &, const QString &) override { return false; }
 };
 
 class RunningCatalogueTest : public CatalogueFixture
@@ -184,14 +190,14 @@ TEST_F(RunningCatalogueTest, ActiveAppOutsideGroup0IsANewEntry)
 
 TEST_F(RunningCatalogueTest, DroppedItemsOfferCatalogueEntriesOnly)
 {
-    auto actions = std::make_shared<ListingActions>();
+    auto launcher = std::make_shared<ListingLauncher>();
     // GIO names the user's copy of an entry by the same ID as the catalogue's system copy.
     const QString system = home.filePath(QStringLiteral("machine/applications/viewer.desktop"));
     const QString user = home.filePath(QStringLiteral("data/applications/viewer.desktop"));
-    actions->accept = {a, user, QStringLiteral("/elsewhere/unknown.desktop")};
-    actions->prefer = {b};
+    launcher->accept = {a, user, QStringLiteral("/elsewhere/unknown.desktop")};
+    launcher->prefer = {b};
     Desktop services;
-    services.actions = actions;
+    services.launcher = launcher;
     setDesktop(services);
     setAll({{a, b, system}});
 

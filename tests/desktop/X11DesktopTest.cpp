@@ -3,10 +3,10 @@
 #include "catalogue/CatalogueFixture.h"
 #include "support/XSession.h"
 
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 #include "extras/Notifications.h"
-#include "platform/Desktop.h"
-#include "platform/x11/X11AppActions.h"
-#include "platform/x11/X11RunningApplications.h"
+#include "platform/DesktopFactory.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -34,12 +34,9 @@ protected:
         if (!XSession::instance().start(&why)) GTEST_SKIP() << why.toStdString();
         CatalogueFixture::SetUp();
         apps = home.filePath(QStringLiteral("data/applications"));
-        running = std::make_shared<X11RunningApplications>();
-        ASSERT_TRUE(running->isConnected());
-        actions = std::make_shared<X11AppActions>(running);
-        Desktop services;
-        services.running = running;
-        services.actions = actions;
+        const Desktop services = makeDesktop(QStringLiteral("xcb"));
+        ASSERT_TRUE(services.windowControl) << "no connection to the X server";
+        running = services.running;
         setDesktop(services);
         makeCatalogue();
     }
@@ -55,7 +52,6 @@ protected:
         }
         catalogue.reset();
         setDesktop({});
-        actions.reset();
         running.reset();
     }
 
@@ -88,8 +84,7 @@ protected:
     }
 
     QString apps;
-    std::shared_ptr<X11RunningApplications> running;
-    std::shared_ptr<X11AppActions> actions;
+    std::shared_ptr<RunningApplications> running;
 };
 
 TEST_F(X11DesktopTest, LaunchFrontSwitchHideShowAndQuit)

@@ -5,8 +5,8 @@
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
 #include "control/TQWindow.h"
-#include "platform/Desktop.h"
-#include "platform/DesktopServices.h"
+#include "desktop/Desktop.h"
+#include "platform/DesktopFactory.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "settings/Defaults.h"
@@ -109,7 +109,7 @@ int main(int argc, char **argv)
     registerAllDefaults(defaults);
     defaults.setValue("searchDirectories", QVariantList{QVariantMap{{"path", apps}}});
     defaults.setValue("groupToShowWhenWindowOpens", qint64(TQAppManager::All));
-    installDesktopServices();
+    setDesktop(makeDesktop(QGuiApplication::platformName()));
     IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>("Papirus"));
 
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());
