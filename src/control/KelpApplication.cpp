@@ -2,11 +2,11 @@
 
 #include "catalogue/TQAppManager.h"
 #include "control/TQController.h"
-#include "control/TQWindow.h"
 #include "desktop/Desktop.h"
 #include "extras/Logging.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
+#include "window/TQWindow.h"
 
 #include <QApplication>
 #include <QTextStream>

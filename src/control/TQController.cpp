@@ -2,7 +2,6 @@
 
 #include "catalogue/TQAppManager.h"
 #include "control/SingleInstance.h"
-#include "control/TQWindow.h"
 #include "desktop/Desktop.h"
 #include "desktop/LauncherProgress.h"
 #include "extras/DropStack.h"
@@ -11,6 +10,7 @@
 #include "extras/Timing.h"
 #include "settings/Defaults.h"
 #include "window/TQIconView.h"
+#include "window/TQWindow.h"
 
 #include <QApplication>
 

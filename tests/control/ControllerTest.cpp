@@ -1,7 +1,7 @@
 // The controller's decisions with a real catalogue and a real panel (offscreen).
 #include "control/SingleInstance.h"
 #include "control/TQController.h"
-#include "control/TQWindow.h"
+#include "window/TQWindow.h"
 
 #include "catalogue/CatalogueFixture.h"
 #include "extras/DropStack.h"

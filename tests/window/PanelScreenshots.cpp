@@ -4,7 +4,6 @@
 // installed icon themes (Papirus when present).
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
-#include "control/TQWindow.h"
 #include "desktop/Desktop.h"
 #include "platform/DesktopFactory.h"
 #include "platform/gio/GioAppsOnDisk.h"
@@ -13,6 +12,7 @@
 #include "settings/RegisteredDefaults.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
+#include "window/TQWindow.h"
 
 #include "support/TestSupport.h"
 
