@@ -14,16 +14,11 @@
 
 namespace kelp {
 
-Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
-{
-    Desktop services;
-    services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
-    services.launcher = std::make_shared<GioAppLauncher>();
-    if (options.iconTheme)
-        services.icons = std::make_shared<FreedesktopIconSource>(*options.iconTheme);
-    if (options.launcherProgress)
-        services.launcherProgress = std::make_shared<GioLauncherProgress>();
+namespace {
 
+// What depends on the window system: running applications, window control and window hints.
+void addWindowSystem(Desktop &services, const QString &platformName)
+{
     if (platformName == QLatin1String("xcb")) {
         auto running = std::make_shared<X11RunningApplications>();
         if (running->isConnected()) {
@@ -31,12 +26,26 @@ Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
             services.windowControl = std::make_shared<X11WindowControl>(running);
             auto hints = std::make_shared<X11WindowHints>();
             if (hints->isConnected()) services.windowHints = hints;
-            return services;
+            return;
         }
     }
     qCInfo(lcPlatform).noquote() << "No window system services on" << platformName
                                  << "; running without them";
     services.running = std::make_shared<HeadlessRunningApplications>();
+}
+
+} // namespace
+
+Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
+{
+    Desktop services;
+    services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
+    services.launcher = std::make_shared<GioAppLauncher>();
+    addWindowSystem(services, platformName);
+    if (options.launcherProgress)
+        services.launcherProgress = std::make_shared<GioLauncherProgress>();
+    if (options.iconTheme)
+        services.icons = std::make_shared<FreedesktopIconSource>(*options.iconTheme);
     return services;
 }
 
