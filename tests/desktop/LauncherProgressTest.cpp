@@ -11,15 +11,6 @@
 
 using namespace kelp;
 
-TEST(LauncherProgress, Fraction)
-{
-    EXPECT_LT(launcherProgressFraction(0, 0), 0.0) << "count 0 takes the progress off";
-    EXPECT_DOUBLE_EQ(launcherProgressFraction(1, 4), 0.25);
-    EXPECT_DOUBLE_EQ(launcherProgressFraction(4, 4), 1.0) << "step equal to count is a full bar";
-    EXPECT_DOUBLE_EQ(launcherProgressFraction(9, 4), 1.0);
-    EXPECT_DOUBLE_EQ(launcherProgressFraction(-1, 4), 0.0);
-}
-
 TEST(LauncherProgress, SignalReachesTheSessionBus)
 {
     for (const char *tool : {"dbus-daemon", "dbus-monitor"})

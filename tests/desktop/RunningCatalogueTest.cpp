@@ -106,9 +106,9 @@ TEST_F(RunningCatalogueTest, Group0FollowsLaunchesAndKeepsItsEntries)
     EXPECT_TRUE(catalogue->isAppRunning(std::make_shared<TQApp>(c)));
 
     // Sorted by name when launch order is off; switching the setting rebuilds at once.
-    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), false);
+    defaults->setValue(Key::SortRunningByLaunchOrder, false);
     EXPECT_EQ(group0(), (QStringList{b, c, a}));
-    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), true);
+    defaults->setValue(Key::SortRunningByLaunchOrder, true);
     EXPECT_EQ(group0(), (QStringList{a, b, c}));
 
     running->run({a, c}, c);
@@ -121,12 +121,21 @@ TEST_F(RunningCatalogueTest, Group0FollowsLaunchesAndKeepsItsEntries)
     EXPECT_EQ(running->known, (QStringList{a, b}));
 }
 
-TEST_F(RunningCatalogueTest, GroupZeroIsFilledOnFirstAsk)
+TEST_F(RunningCatalogueTest, Group0AndTheHistoryAreReadWithoutWaitingForAnEvent)
 {
+    // Programs that were running before Kelp first asks...
     RunningApp app;
     app.path = a;
     running->apps = {app};
     EXPECT_EQ(group0(), (QStringList{a}));
+
+    // ...and a running layer installed while a program is in front.
+    auto other = std::make_shared<HandRunning>();
+    app.path = c;
+    other->apps = {app};
+    other->active = c;
+    catalogue->setRunningApplications(other);
+    EXPECT_EQ(history(), (QStringList{c}));
 }
 
 TEST_F(RunningCatalogueTest, HistoryKeepsEachApplicationOnceNewestLast)
@@ -141,17 +150,6 @@ TEST_F(RunningCatalogueTest, HistoryKeepsEachApplicationOnceNewestLast)
     // Quitting b takes it out of the history at the next rebuild.
     running->run({a}, a);
     EXPECT_EQ(history(), (QStringList{a}));
-}
-
-TEST_F(RunningCatalogueTest, HistoryStartsWithTheApplicationInFront)
-{
-    auto other = std::make_shared<HandRunning>();
-    RunningApp app;
-    app.path = c;
-    other->apps = {app};
-    other->active = c;
-    catalogue->setRunningApplications(other);
-    EXPECT_EQ(history(), (QStringList{c}));
 }
 
 TEST_F(RunningCatalogueTest, LastActiveAppSkipsKelpItself)
