@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 #include "platform/gio/GioDesktopEntry.h"
+#include "platform/gio/GioSettings.h"
 
 #include <QFileInfo>
 
@@ -167,18 +168,12 @@ QString GioAppsOnDisk::applicationName(const QString &path) const
 
 QStringList GioAppsOnDisk::desktopFavouriteIds() const
 {
-    GSettingsSchemaSource *source = g_settings_schema_source_get_default();
-    if (!source) return {};
-    const GLibPtr<GSettingsSchema> schema(
-        g_settings_schema_source_lookup(source, "org.gnome.shell", TRUE));
-    if (!schema) return {};
+    const GLibPtr<GSettings> settings = installedSettings("org.gnome.shell", "favorite-apps");
+    if (!settings) return {};
     QStringList ids;
-    if (g_settings_schema_has_key(schema.get(), "favorite-apps")) {
-        const GLibPtr<GSettings> settings(g_settings_new_full(schema.get(), nullptr, nullptr));
-        const GLibPtr<gchar *> favourites(g_settings_get_strv(settings.get(), "favorite-apps"));
-        for (gchar **v = favourites.get(); v && *v; ++v)
-            ids.append(QString::fromUtf8(*v));
-    }
+    const GLibPtr<gchar *> favourites(g_settings_get_strv(settings.get(), "favorite-apps"));
+    for (gchar **v = favourites.get(); v && *v; ++v)
+        ids.append(QString::fromUtf8(*v));
     return ids;
 }
 

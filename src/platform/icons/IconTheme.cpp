@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 #include "platform/gio/GioDesktopEntry.h"
+#include "platform/gio/GioSettings.h"
 
 #include <QDir>
 #include <QFile>
@@ -105,17 +106,10 @@ QString configHome()
 
 QString gsettingsIconTheme()
 {
-    GSettingsSchemaSource *source = g_settings_schema_source_get_default();
-    if (!source) return {};
-    const GLibPtr<GSettingsSchema> schema(
-        g_settings_schema_source_lookup(source, "org.gnome.desktop.interface", TRUE));
-    if (!schema) return {};
-    QString theme;
-    if (g_settings_schema_has_key(schema.get(), "icon-theme")) {
-        const GLibPtr<GSettings> settings(g_settings_new_full(schema.get(), nullptr, nullptr));
-        theme = takeString(g_settings_get_string(settings.get(), "icon-theme")).trimmed();
-    }
-    return theme;
+    const GLibPtr<GSettings> settings =
+        installedSettings("org.gnome.desktop.interface", "icon-theme");
+    return settings ? takeString(g_settings_get_string(settings.get(), "icon-theme")).trimmed()
+                    : QString();
 }
 
 } // namespace
