@@ -13,6 +13,9 @@ if [ -n "$files" ]; then
     clang-format --dry-run --Werror $files
 fi
 
+echo "== Layers"
+bash scripts/check-layers.sh
+
 echo "== Build (warnings are errors)"
 cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELP_WERROR=ON -DKELP_BUILD_BENCH=OFF
 cmake --build build-ci -j"$jobs"

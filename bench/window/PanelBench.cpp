@@ -1,12 +1,12 @@
 // The panel's own work on the GUI thread: fitting the selector bar's labels, painting the bar and
 // the overlay, and fitting the panel to a new icon view size.
 #include "catalogue/TQAppManager.h"
-#include "control/TQWindow.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
 #include "window/TQStatsControl.h"
+#include "window/TQWindow.h"
 
 #include <QApplication>
 #include <QDir>

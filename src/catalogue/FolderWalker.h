@@ -8,7 +8,7 @@
 //
 // The walk touches no catalogue state: it can run on a worker thread and its result is applied on
 // the GUI thread.
-#include "platform/AppsOnDisk.h"
+#include "desktop/AppsOnDisk.h"
 
 #include <QHash>
 #include <QList>

@@ -1,8 +1,8 @@
 #include "catalogue/IconLoader.h"
 
+#include "desktop/Desktop.h"
+#include "desktop/IconSource.h"
 #include "extras/Logging.h"
-#include "platform/Desktop.h"
-#include "platform/IconSource.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

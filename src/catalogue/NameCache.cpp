@@ -1,7 +1,7 @@
 #include "catalogue/NameCache.h"
 
+#include "desktop/AppsOnDisk.h"
 #include "extras/Logging.h"
-#include "platform/AppsOnDisk.h"
 
 #include <QDataStream>
 #include <QDir>

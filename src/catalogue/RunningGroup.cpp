@@ -2,9 +2,9 @@
 
 #include "catalogue/GroupDerivation.h"
 #include "catalogue/NameCache.h"
-#include "platform/AppActions.h"
-#include "platform/Desktop.h"
-#include "platform/RunningApplications.h"
+#include "desktop/AppLauncher.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 #include "settings/Defaults.h"
 
 #include <QCoreApplication>
@@ -186,14 +186,14 @@ void RunningGroup::refresh(const AppList &catalogueEntries)
 
 AppList RunningGroup::appsThatCanAcceptURL(const QUrl &item, const AppList &entries)
 {
-    const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(entries, actions->appsThatCanAccept(item)) : AppList();
+    const AppLauncher *launcher = desktop().launcher.get();
+    return launcher ? entriesFor(entries, launcher->appsThatCanAccept(item)) : AppList();
 }
 
 AppList RunningGroup::appsThatPreferURL(const QUrl &item, const AppList &entries)
 {
-    const AppActions *actions = desktop().actions.get();
-    return actions ? entriesFor(entries, actions->appsThatPrefer(item)) : AppList();
+    const AppLauncher *launcher = desktop().launcher.get();
+    return launcher ? entriesFor(entries, launcher->appsThatPrefer(item)) : AppList();
 }
 
 } // namespace kelp

@@ -133,8 +133,9 @@ public:
     static int compareColorSortValues(const TQApp &a, const TQApp &b);
 
     // --- Process operations (TQAppProcess.cpp) ------------------------------------------------
-    // Each call asks the desktop layer (desktop().actions) afresh; nothing caches a process. Not
-    // running: quit/show/hide do nothing, activate/isVisible/pid answer false.
+    // Each call asks the desktop afresh (desktop().windowControl for the running application's
+    // windows, desktop().launcher for the rest); nothing caches a process. Not running:
+    // quit/show/hide do nothing, activate/isVisible/pid answer false.
     // What was dropped on the entry: files (paths), else one URL.
     struct DroppedItems
     {

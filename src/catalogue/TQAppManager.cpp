@@ -2,11 +2,11 @@
 
 #include "catalogue/FolderWalker.h"
 #include "catalogue/TQNode.h"
+#include "desktop/AppsOnDisk.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
-#include "platform/AppsOnDisk.h"
-#include "platform/Desktop.h"
-#include "platform/RunningApplications.h"
 #include "settings/Defaults.h"
 
 #include <QFileInfo>

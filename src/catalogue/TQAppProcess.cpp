@@ -1,11 +1,12 @@
 // TQApp's process operations: everything an entry does to its running application, through the
-// desktop layer's actions.
+// desktop's window control and launcher.
 #include "catalogue/TQApp.h"
 
+#include "desktop/AppLauncher.h"
+#include "desktop/Desktop.h"
+#include "desktop/WindowControl.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
-#include "platform/AppActions.h"
-#include "platform/Desktop.h"
 
 #include <QThreadPool>
 
@@ -14,9 +15,14 @@
 namespace kelp {
 namespace {
 
-AppActions *actions()
+WindowControl *windows()
 {
-    return desktop().actions.get();
+    return desktop().windowControl.get();
+}
+
+AppLauncher *launcher()
+{
+    return desktop().launcher.get();
 }
 
 } // namespace
@@ -24,40 +30,40 @@ AppActions *actions()
 bool TQApp::pid(qint64 &pid) const
 {
     pid = 0;
-    if (AppActions *a = actions()) pid = a->pid(_path);
+    if (WindowControl *w = windows()) pid = w->pid(_path);
     return pid > 0;
 }
 
 bool TQApp::activate() const
 {
-    AppActions *a = actions();
-    return a && a->activate(_path);
+    WindowControl *w = windows();
+    return w && w->activate(_path);
 }
 
 bool TQApp::isVisible() const
 {
-    AppActions *a = actions();
-    return a && a->isVisible(_path);
+    WindowControl *w = windows();
+    return w && w->isVisible(_path);
 }
 
 void TQApp::show() const
 {
-    if (AppActions *a = actions()) a->show(_path);
+    if (WindowControl *w = windows()) w->show(_path);
 }
 
 void TQApp::hide() const
 {
-    if (AppActions *a = actions()) a->hide(_path);
+    if (WindowControl *w = windows()) w->hide(_path);
 }
 
 void TQApp::quit() const
 {
-    if (AppActions *a = actions()) a->quit(_path);
+    if (WindowControl *w = windows()) w->quit(_path);
 }
 
 void TQApp::revealInFinder() const
 {
-    if (AppActions *a = actions()) a->reveal(_path);
+    if (AppLauncher *l = launcher()) l->reveal(_path);
 }
 
 bool TQApp::launchWithPasteboard(const DroppedItems *items)
@@ -71,9 +77,9 @@ bool TQApp::launchWithPasteboard(const DroppedItems *items)
             urls.append(items->url);
         }
     }
-    AppActions *a = actions();
+    AppLauncher *l = launcher();
     const LaunchResult result =
-        a ? a->launch(_path, urls)
+        l ? l->launch(_path, urls)
           : LaunchResult{LaunchResult::Failed, QStringLiteral("no desktop")};
     if (result.status == LaunchResult::Launched) return true;
 
@@ -100,27 +106,27 @@ void TQApp::launchInBackground(const DroppedItems *items, std::function<void(boo
 
 bool TQApp::canAcceptURL(const QUrl &item) const
 {
-    AppActions *a = actions();
-    return a && a->canAcceptURL(_path, item);
+    AppLauncher *l = launcher();
+    return l && l->canAcceptURL(_path, item);
 }
 
 bool TQApp::prefersURL(const QUrl &item) const
 {
-    AppActions *a = actions();
-    return a && a->prefersURL(_path, item);
+    AppLauncher *l = launcher();
+    return l && l->prefersURL(_path, item);
 }
 
 bool TQApp::sendForDeletionWithAppBundleIdentifier(const QString &desktopId) const
 {
-    AppActions *a = actions();
-    return a && !desktopId.isEmpty() && a->sendForDeletionWithDesktopId(_path, desktopId);
+    AppLauncher *l = launcher();
+    return l && !desktopId.isEmpty() && l->sendForDeletionWithDesktopId(_path, desktopId);
 }
 
 bool TQApp::sendForDeletionWithAppURL(const QUrl &uninstaller) const
 {
-    AppActions *a = actions();
-    return a && uninstaller.isLocalFile() &&
-           a->sendForDeletionWithApp(_path, uninstaller.toLocalFile());
+    AppLauncher *l = launcher();
+    return l && uninstaller.isLocalFile() &&
+           l->sendForDeletionWithApp(_path, uninstaller.toLocalFile());
 }
 
 } // namespace kelp

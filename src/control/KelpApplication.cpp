@@ -2,40 +2,17 @@
 
 #include "catalogue/TQAppManager.h"
 #include "control/TQController.h"
-#include "control/TQWindow.h"
-#include "extras/Logging.h"
-#include "platform/Desktop.h"
+#include "desktop/Desktop.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
+#include "window/TQWindow.h"
 
 #include <QApplication>
-#include <QTextStream>
 
 namespace kelp {
 
-int runKelp(const InstanceRequest &request)
+int runKelp(SingleInstance &instance, const InstanceRequest &request)
 {
-    if (SingleInstance::sendToRunning(request)) return 0;
-    if (request.command == QLatin1String("hide") || request.command == QLatin1String("quit") ||
-        request.command == QLatin1String("rescan")) {
-        QTextStream(stderr) << QCoreApplication::translate("main", "Kelp is not running.") << '\n';
-        return 1;
-    }
-    SingleInstance instance;
-    if (!instance.listen()) {
-        // Another Kelp started at the same moment and won: hand it the request after all.
-        if (SingleInstance::sendToRunning(request)) return 0;
-        QTextStream(stderr) << QCoreApplication::translate("main",
-                                                           "Kelp cannot start: %1 is not usable.")
-                                   .arg(SingleInstance::socketPath())
-                            << '\n';
-        return 1;
-    }
-    if (!desktop().appsOnDisk) {
-        qCCritical(lcPlatform) << "No desktop services were installed";
-        return 1;
-    }
-
     QApplication::setQuitOnLastWindowClosed(false);
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);

@@ -1,11 +1,12 @@
 #pragma once
-// The launcher itself: hands the request to a Kelp that already runs, or becomes the running Kelp
-// (catalogue, panel, controller) and runs until it is asked to quit. Needs a QApplication and the
-// desktop services installed (platform/Desktop.h).
+// The running Kelp: the catalogue, the panel and the controller over the desktop installed with
+// setDesktop() (desktop/Desktop.h), answering the requests later starts send to `instance`, until
+// it is asked to quit. `request` is this start's own request. Needs a QApplication; returns the
+// exit status.
 #include "control/SingleInstance.h"
 
 namespace kelp {
 
-int runKelp(const InstanceRequest &request);
+int runKelp(SingleInstance &instance, const InstanceRequest &request);
 
 } // namespace kelp

@@ -2,15 +2,15 @@
 
 #include "catalogue/TQAppManager.h"
 #include "control/SingleInstance.h"
-#include "control/TQWindow.h"
+#include "desktop/Desktop.h"
+#include "desktop/LauncherProgress.h"
 #include "extras/DropStack.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "extras/Timing.h"
-#include "platform/Desktop.h"
-#include "platform/LauncherProgress.h"
 #include "settings/Defaults.h"
 #include "window/TQIconView.h"
+#include "window/TQWindow.h"
 
 #include <QApplication>
 

@@ -1,7 +1,7 @@
 // The controller's decisions with a real catalogue and a real panel (offscreen).
 #include "control/SingleInstance.h"
 #include "control/TQController.h"
-#include "control/TQWindow.h"
+#include "window/TQWindow.h"
 
 #include "catalogue/CatalogueFixture.h"
 #include "extras/DropStack.h"
@@ -29,7 +29,7 @@ protected:
         ASSERT_TRUE(test::writeFile(
             apps + QStringLiteral("/remover.desktop"),
             "[Desktop Entry]\nType=Application\nName=Editor Uninstaller\nExec=true\n"));
-        defaults->setValue(QStringLiteral("searchDirectories"),
+        defaults->setValue(Key::SearchDirectories,
                            QVariantList{QVariantMap{{QStringLiteral("path"), apps}}});
         makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
         panel = std::make_unique<TQWindow>(*catalogue, *defaults);
@@ -63,7 +63,7 @@ TEST_F(Controller, StartUpShowsThePanelAndExcludesByNameOnce)
     ASSERT_TRUE(test::writeFile(CatalogueFiles::dockPreferencesFile(), "<plist><dict/></plist>"));
     controller->applicationDidFinishLaunching();
     EXPECT_TRUE(controller->mainWindowIsVisible()) << "shown before the catalogue is filled";
-    EXPECT_EQ(defaults->integer(QStringLiteral("applicationLaunchCount")), 1);
+    EXPECT_EQ(defaults->value(Key::ApplicationLaunchCount), 1);
     ASSERT_TRUE(test::waitUntil([&] { return catalogue->allApps1D().size() == 2; }));
     EXPECT_EQ(paths(catalogue->excludedApps1D()),
               QStringList{home.filePath(QStringLiteral("apps/remover.desktop"))})
@@ -72,16 +72,16 @@ TEST_F(Controller, StartUpShowsThePanelAndExcludesByNameOnce)
 
 TEST_F(Controller, LaterLaunchesLeaveExclusionsAlone)
 {
-    defaults->setValue(QStringLiteral("applicationLaunchCount"), 3);
+    defaults->setValue(Key::ApplicationLaunchCount, 3);
     controller->applicationDidFinishLaunching();
     ASSERT_TRUE(test::waitUntil([&] { return catalogue->allApps1D().size() == 2; }));
     EXPECT_TRUE(catalogue->excludedApps1D().isEmpty());
-    EXPECT_EQ(defaults->integer(QStringLiteral("applicationLaunchCount")), 4);
+    EXPECT_EQ(defaults->value(Key::ApplicationLaunchCount), 4);
 }
 
 TEST_F(Controller, ToggleShowsAndHides)
 {
-    defaults->setValue(QStringLiteral("showWindowAtLaunch"), false);
+    defaults->setValue(Key::ShowWindowAtLaunch, false);
     controller->applicationDidFinishLaunching();
     EXPECT_FALSE(controller->mainWindowIsVisible());
 
@@ -115,7 +115,7 @@ TEST_F(Controller, AMovedPanelWaitsBeforeHiding)
     controller->showHideMainWindow();
     EXPECT_TRUE(controller->mainWindowIsVisible());
 
-    defaults->setValue(QStringLiteral("hideOnResignActive"), true);
+    defaults->setValue(Key::HideOnResignActive, true);
     controller->applicationStateChanged(Qt::ApplicationActive);
     controller->applicationStateChanged(Qt::ApplicationInactive);
     EXPECT_TRUE(test::waitUntil([&] { return !controller->mainWindowIsVisible(); }, 3000))
@@ -124,7 +124,7 @@ TEST_F(Controller, AMovedPanelWaitsBeforeHiding)
 
 TEST_F(Controller, ReopenRightAfterActivationNeverHides)
 {
-    defaults->setValue(QStringLiteral("showWindowAtLaunch"), false);
+    defaults->setValue(Key::ShowWindowAtLaunch, false);
     controller->applicationDidFinishLaunching();
     controller->applicationStateChanged(Qt::ApplicationActive);
     controller->applicationShouldHandleReopen();
@@ -154,7 +154,7 @@ TEST_F(Controller, RequestsFromLaterStarts)
 
 TEST_F(Controller, AMissingApplicationBringsThePanelBack)
 {
-    defaults->setValue(QStringLiteral("showWindowAtLaunch"), false);
+    defaults->setValue(Key::ShowWindowAtLaunch, false);
     controller->applicationDidFinishLaunching();
     ASSERT_FALSE(controller->mainWindowIsVisible());
     Q_EMIT Notifications::instance().appIsMissing(

@@ -2,10 +2,9 @@
 // hand: rebuilds, reuse of entries, launch order, the history and the previous application.
 #include "catalogue/CatalogueFixture.h"
 
-#include "platform/AppActions.h"
-#include "platform/Desktop.h"
-#include "platform/HeadlessDesktop.h"
-#include "platform/RunningApplications.h"
+#include "desktop/AppLauncher.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -52,13 +51,20 @@ public:
     QStringList known;
 };
 
-// Actions that list the applications GIO would offer for any item.
-class ListingActions : public HeadlessAppActions
+// A launcher that lists the applications GIO would offer for any item, and does nothing else.
+class ListingLauncher : public AppLauncher
 {
 public:
     QStringList appsThatCanAccept(const QUrl &) const override { return accept; }
     QStringList appsThatPrefer(const QUrl &) const override { return prefer; }
     QStringList accept, prefer;
+
+    LaunchResult launch(const QString &, const QList<QUrl> &) override { return {}; }
+    bool canAcceptURL(const QString &, const QUrl &) const override { return false; }
+    bool prefersURL(const QString &, const QUrl &) const override { return false; }
+    void reveal(const QString &) override {}
+    bool sendForDeletionWithDesktopId(const QString &, const QString &) override { return false; }
+    bool sendForDeletionWithApp(const QString &, const QString &) override { return false; }
 };
 
 class RunningCatalogueTest : public CatalogueFixture
@@ -100,9 +106,9 @@ TEST_F(RunningCatalogueTest, Group0FollowsLaunchesAndKeepsItsEntries)
     EXPECT_TRUE(catalogue->isAppRunning(std::make_shared<TQApp>(c)));
 
     // Sorted by name when launch order is off; switching the setting rebuilds at once.
-    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), false);
+    defaults->setValue(Key::SortRunningByLaunchOrder, false);
     EXPECT_EQ(group0(), (QStringList{b, c, a}));
-    defaults->setValue(QStringLiteral("sortRunningByLaunchOrder"), true);
+    defaults->setValue(Key::SortRunningByLaunchOrder, true);
     EXPECT_EQ(group0(), (QStringList{a, b, c}));
 
     running->run({a, c}, c);
@@ -115,12 +121,21 @@ TEST_F(RunningCatalogueTest, Group0FollowsLaunchesAndKeepsItsEntries)
     EXPECT_EQ(running->known, (QStringList{a, b}));
 }
 
-TEST_F(RunningCatalogueTest, GroupZeroIsFilledOnFirstAsk)
+TEST_F(RunningCatalogueTest, Group0AndTheHistoryAreReadWithoutWaitingForAnEvent)
 {
+    // Programs that were running before Kelp first asks...
     RunningApp app;
     app.path = a;
     running->apps = {app};
     EXPECT_EQ(group0(), (QStringList{a}));
+
+    // ...and a running layer installed while a program is in front.
+    auto other = std::make_shared<HandRunning>();
+    app.path = c;
+    other->apps = {app};
+    other->active = c;
+    catalogue->setRunningApplications(other);
+    EXPECT_EQ(history(), (QStringList{c}));
 }
 
 TEST_F(RunningCatalogueTest, HistoryKeepsEachApplicationOnceNewestLast)
@@ -135,17 +150,6 @@ TEST_F(RunningCatalogueTest, HistoryKeepsEachApplicationOnceNewestLast)
     // Quitting b takes it out of the history at the next rebuild.
     running->run({a}, a);
     EXPECT_EQ(history(), (QStringList{a}));
-}
-
-TEST_F(RunningCatalogueTest, HistoryStartsWithTheApplicationInFront)
-{
-    auto other = std::make_shared<HandRunning>();
-    RunningApp app;
-    app.path = c;
-    other->apps = {app};
-    other->active = c;
-    catalogue->setRunningApplications(other);
-    EXPECT_EQ(history(), (QStringList{c}));
 }
 
 TEST_F(RunningCatalogueTest, LastActiveAppSkipsKelpItself)
@@ -184,14 +188,14 @@ TEST_F(RunningCatalogueTest, ActiveAppOutsideGroup0IsANewEntry)
 
 TEST_F(RunningCatalogueTest, DroppedItemsOfferCatalogueEntriesOnly)
 {
-    auto actions = std::make_shared<ListingActions>();
+    auto launcher = std::make_shared<ListingLauncher>();
     // GIO names the user's copy of an entry by the same ID as the catalogue's system copy.
     const QString system = home.filePath(QStringLiteral("machine/applications/viewer.desktop"));
     const QString user = home.filePath(QStringLiteral("data/applications/viewer.desktop"));
-    actions->accept = {a, user, QStringLiteral("/elsewhere/unknown.desktop")};
-    actions->prefer = {b};
+    launcher->accept = {a, user, QStringLiteral("/elsewhere/unknown.desktop")};
+    launcher->prefer = {b};
     Desktop services;
-    services.actions = actions;
+    services.launcher = launcher;
     setDesktop(services);
     setAll({{a, b, system}});
 

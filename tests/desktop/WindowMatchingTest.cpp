@@ -1,5 +1,5 @@
 // Which entry a window belongs to, how windows group into applications, and launch order.
-#include "platform/WindowMatching.h"
+#include "desktop/WindowMatching.h"
 
 #include "support/TestSupport.h"
 

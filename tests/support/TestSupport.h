@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QTemporaryDir>
@@ -48,6 +49,29 @@ inline QProcessEnvironment privateHomeEnvironment(const QString &home)
     env.remove(QStringLiteral("DISPLAY"));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     return env;
+}
+
+// How a kelp process ended: its exit status (-1 when it did not end within a minute) and output.
+struct KelpRun
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// Runs the kelp executable at `binary` with the arguments, in the environment given.
+inline KelpRun runKelp(const QString &binary, const QStringList &arguments,
+                       const QProcessEnvironment &env)
+{
+    QProcess p;
+    p.setProcessEnvironment(env);
+    p.start(binary, arguments);
+    KelpRun run;
+    if (!p.waitForFinished(60000)) return run;
+    run.status = p.exitCode();
+    run.out = p.readAllStandardOutput();
+    run.err = p.readAllStandardError();
+    return run;
 }
 
 // Runs the event loop until the predicate holds or the time is up; returns the predicate's value.

@@ -1,6 +1,6 @@
 // The panel's frame arithmetic: the group it opens on, the moved threshold, keeping it on a screen
 // (also after a monitor goes away), the resize duration and the room left for the icon view.
-#include "control/PanelGeometry.h"
+#include "window/PanelGeometry.h"
 
 #include <gtest/gtest.h>
 

@@ -4,15 +4,15 @@
 // installed icon themes (Papirus when present).
 #include "catalogue/IconLoader.h"
 #include "catalogue/TQAppManager.h"
-#include "control/TQWindow.h"
-#include "platform/Desktop.h"
-#include "platform/DesktopServices.h"
+#include "desktop/Desktop.h"
+#include "platform/DesktopFactory.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
+#include "window/TQWindow.h"
 
 #include "support/TestSupport.h"
 
@@ -108,8 +108,8 @@ int main(int argc, char **argv)
     Defaults defaults(home.filePath("config/Kelp/Kelp.plist"));
     registerAllDefaults(defaults);
     defaults.setValue("searchDirectories", QVariantList{QVariantMap{{"path", apps}}});
-    defaults.setValue("groupToShowWhenWindowOpens", qint64(Group::All));
-    installDesktopServices();
+    defaults.setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::All));
+    setDesktop(makeDesktop(QGuiApplication::platformName()));
     IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>("Papirus"));
 
     TQAppManager catalogue(defaults, std::make_shared<GioAppsOnDisk>());

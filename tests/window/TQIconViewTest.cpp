@@ -3,8 +3,8 @@
 #include "window/TQIconView.h"
 
 #include "catalogue/CatalogueFixture.h"
-#include "platform/Desktop.h"
-#include "platform/gio/GioAppActions.h"
+#include "desktop/Desktop.h"
+#include "platform/gio/GioAppLauncher.h"
 
 #include <QApplication>
 #include <QMenu>
@@ -384,7 +384,7 @@ TEST_F(IconView, ReturnStartsARealProgramWithoutWaitingForIt)
 {
     const Desktop saved = desktop();
     Desktop services = saved;
-    services.actions = std::make_shared<GioAppActions>();
+    services.launcher = std::make_shared<GioAppLauncher>();
     setDesktop(services);
 
     const QString marker = home.filePath(QStringLiteral("launched"));

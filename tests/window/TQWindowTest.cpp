@@ -1,11 +1,11 @@
 // The panel with its real icon view over a real catalogue: the group it opens on and remembers,
 // centring and the moved threshold, fitting to the icon view at once or animated, and where keys
 // go (the bar, then the grid, then the panel itself).
-#include "control/TQWindow.h"
+#include "window/TQWindow.h"
 
 #include "catalogue/CatalogueFixture.h"
-#include "control/PanelGeometry.h"
 #include "window/PanelColours.h"
+#include "window/PanelGeometry.h"
 #include "window/TQIconOverlayView.h"
 #include "window/TQIconView.h"
 #include "window/TQStatsControl.h"

@@ -1,45 +1,26 @@
 #include "platform/gio/GioAppsOnDisk.h"
 
 #include "extras/Logging.h"
+#include "platform/gio/GioDesktopEntry.h"
+#include "platform/gio/GioSettings.h"
 
 #include <QFileInfo>
 
-#include <gio/gio.h>
-
 #include <sys/stat.h>
-
-#include <memory>
 
 namespace kelp {
 namespace {
 
-struct KeyFileDeleter
-{
-    void operator()(GKeyFile *k) const { g_key_file_free(k); }
-};
-struct GFreeDeleter
-{
-    void operator()(gchar *s) const { g_free(s); }
-};
-struct StrvDeleter
-{
-    void operator()(gchar **v) const { g_strfreev(v); }
-};
-using KeyFilePtr = std::unique_ptr<GKeyFile, KeyFileDeleter>;
-using GStringPtr = std::unique_ptr<gchar, GFreeDeleter>;
-using StrvPtr = std::unique_ptr<gchar *, StrvDeleter>;
-
-constexpr const char *kGroup = "Desktop Entry";
-
 bool boolKey(GKeyFile *kf, const char *key)
 {
-    return g_key_file_get_boolean(kf, kGroup, key, nullptr) != FALSE;
+    return g_key_file_get_boolean(kf, kDesktopEntryGroup, key, nullptr) != FALSE;
 }
 
 QStringList listKey(GKeyFile *kf, const char *key)
 {
     QStringList out;
-    StrvPtr values(g_key_file_get_string_list(kf, kGroup, key, nullptr, nullptr));
+    const GLibPtr<gchar *> values(
+        g_key_file_get_string_list(kf, kDesktopEntryGroup, key, nullptr, nullptr));
     if (!values) return out;
     for (gchar **v = values.get(); *v; ++v)
         out.append(QString::fromUtf8(*v));
@@ -53,22 +34,19 @@ bool programExists(const QString &program)
         const QFileInfo info(program);
         return info.isFile() && info.isExecutable();
     }
-    GStringPtr found(g_find_program_in_path(program.toUtf8().constData()));
+    const GLibPtr<gchar> found(g_find_program_in_path(program.toUtf8().constData()));
     return found != nullptr;
 }
 
-KeyFilePtr loadDesktopFile(const QString &path)
+GLibPtr<GKeyFile> loadDesktopFile(const QString &path)
 {
-    KeyFilePtr kf(g_key_file_new());
-    GError *error = nullptr;
-    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
-                                   &error)) {
-        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ":"
-                                     << (error ? QString::fromUtf8(error->message) : QString());
-        g_clear_error(&error);
+    QString error;
+    GLibPtr<GKeyFile> kf = loadKeyFile(path, &error);
+    if (!kf) {
+        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ":" << error;
         return nullptr;
     }
-    if (!g_key_file_has_group(kf.get(), kGroup)) {
+    if (!g_key_file_has_group(kf.get(), kDesktopEntryGroup)) {
         qCInfo(lcPlatform).noquote() << "Ignoring" << path << ": no [Desktop Entry] group";
         return nullptr;
     }
@@ -77,8 +55,9 @@ KeyFilePtr loadDesktopFile(const QString &path)
 
 QString localisedName(GKeyFile *kf)
 {
-    GStringPtr name(g_key_file_get_locale_string(kf, kGroup, "Name", nullptr, nullptr));
-    return name ? QString::fromUtf8(name.get()).trimmed() : QString();
+    return takeString(
+               g_key_file_get_locale_string(kf, kDesktopEntryGroup, "Name", nullptr, nullptr))
+        .trimmed();
 }
 
 } // namespace
@@ -132,11 +111,11 @@ ItemInfo GioAppsOnDisk::inspect(const QString &path) const
 ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
 {
     ItemInfo info;
-    KeyFilePtr kf = loadDesktopFile(path);
+    const GLibPtr<GKeyFile> kf = loadDesktopFile(path);
     if (!kf) return info;
     info.desktopId = desktopIdForPath(path);
 
-    GStringPtr type(g_key_file_get_string(kf.get(), kGroup, "Type", nullptr));
+    const GLibPtr<gchar> type(g_key_file_get_string(kf.get(), kDesktopEntryGroup, "Type", nullptr));
     if (!type || qstrcmp(type.get(), "Application") != 0) {
         // Links and folders carry an ID too: they still shadow a later entry of the same ID.
         info.kind = ItemInfo::Other;
@@ -147,7 +126,7 @@ ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
         qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Name";
         return info;
     }
-    GStringPtr exec(g_key_file_get_string(kf.get(), kGroup, "Exec", nullptr));
+    const GLibPtr<gchar> exec(g_key_file_get_string(kf.get(), kDesktopEntryGroup, "Exec", nullptr));
     if (!exec && !boolKey(kf.get(), "DBusActivatable")) {
         qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Exec line";
         return info;
@@ -170,7 +149,8 @@ ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
         info.kind = ItemInfo::Invisible;
         return info;
     }
-    GStringPtr tryExec(g_key_file_get_string(kf.get(), kGroup, "TryExec", nullptr));
+    const GLibPtr<gchar> tryExec(
+        g_key_file_get_string(kf.get(), kDesktopEntryGroup, "TryExec", nullptr));
     if (tryExec && !programExists(QString::fromUtf8(tryExec.get()))) {
         info.kind = ItemInfo::ClassicApplication;
         return info;
@@ -182,25 +162,18 @@ ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
 QString GioAppsOnDisk::applicationName(const QString &path) const
 {
     if (!path.endsWith(QLatin1String(".desktop"))) return QString();
-    KeyFilePtr kf = loadDesktopFile(path);
+    const GLibPtr<GKeyFile> kf = loadDesktopFile(path);
     return kf ? localisedName(kf.get()) : QString();
 }
 
 QStringList GioAppsOnDisk::desktopFavouriteIds() const
 {
-    GSettingsSchemaSource *source = g_settings_schema_source_get_default();
-    if (!source) return {};
-    GSettingsSchema *schema = g_settings_schema_source_lookup(source, "org.gnome.shell", TRUE);
-    if (!schema) return {};
+    const GLibPtr<GSettings> settings = installedSettings("org.gnome.shell", "favorite-apps");
+    if (!settings) return {};
     QStringList ids;
-    if (g_settings_schema_has_key(schema, "favorite-apps")) {
-        GSettings *settings = g_settings_new_full(schema, nullptr, nullptr);
-        StrvPtr favourites(g_settings_get_strv(settings, "favorite-apps"));
-        for (gchar **v = favourites.get(); v && *v; ++v)
-            ids.append(QString::fromUtf8(*v));
-        g_object_unref(settings);
-    }
-    g_settings_schema_unref(schema);
+    const GLibPtr<gchar *> favourites(g_settings_get_strv(settings.get(), "favorite-apps"));
+    for (gchar **v = favourites.get(); v && *v; ++v)
+        ids.append(QString::fromUtf8(*v));
     return ids;
 }
 

@@ -2,7 +2,7 @@
 // AppsOnDisk over GLib/GIO: freedesktop desktop entries (read with GKeyFile, following the
 // Desktop Entry rules GIO itself applies) and application bundle folders ("*.app" holding
 // Contents/Info.plist).
-#include "platform/AppsOnDisk.h"
+#include "desktop/AppsOnDisk.h"
 
 namespace kelp {
 

@@ -4,8 +4,6 @@
 
 #include <QFileInfo>
 
-#include <gio/gio.h>
-
 namespace kelp {
 
 GioLauncherProgress::GioLauncherProgress(const QString &desktopId)
@@ -17,21 +15,18 @@ GioLauncherProgress::GioLauncherProgress(const QString &desktopId)
         qCInfo(lcPlatform) << "No session bus; scan progress stays off the dock";
         return;
     }
-    GError *error = nullptr;
-    _bus = g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, &error);
-    if (!_bus) {
-        qCInfo(lcPlatform).noquote() << "No session bus; scan progress stays off the dock:"
-                                     << (error ? QString::fromUtf8(error->message) : QString());
-        g_clear_error(&error);
-    }
+    GLibPtr<GError> error;
+    _bus.reset(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, outPtr(error)));
+    if (!_bus)
+        qCInfo(lcPlatform).noquote()
+            << "No session bus; scan progress stays off the dock:" << errorMessage(error);
 }
 
 GioLauncherProgress::~GioLauncherProgress()
 {
     if (!_bus) return;
     // Signals still queued would be lost with the last reference to the connection.
-    g_dbus_connection_flush_sync(_bus, nullptr, nullptr);
-    g_object_unref(_bus);
+    g_dbus_connection_flush_sync(_bus.get(), nullptr, nullptr);
 }
 
 void GioLauncherProgress::showProgress(int step, int count)
@@ -44,16 +39,13 @@ void GioLauncherProgress::showProgress(int step, int count)
                           g_variant_new_boolean(fraction >= 0.0));
     g_variant_builder_add(&properties, "{sv}", "progress",
                           g_variant_new_double(fraction >= 0.0 ? fraction : 0.0));
-    GError *error = nullptr;
+    GLibPtr<GError> error;
     // Sent without waiting: a signal has no answer, and the dock may not be there at all.
     if (!g_dbus_connection_emit_signal(
-            _bus, nullptr, "/com/canonical/unity/launcherentry/kelp",
+            _bus.get(), nullptr, "/com/canonical/unity/launcherentry/kelp",
             "com.canonical.Unity.LauncherEntry", "Update",
-            g_variant_new("(sa{sv})", _appUri.toUtf8().constData(), &properties), &error)) {
-        qCDebug(lcPlatform).noquote()
-            << "Launcher progress not sent:" << QString::fromUtf8(error->message);
-        g_clear_error(&error);
-    }
+            g_variant_new("(sa{sv})", _appUri.toUtf8().constData(), &properties), outPtr(error)))
+        qCDebug(lcPlatform).noquote() << "Launcher progress not sent:" << errorMessage(error);
 }
 
 } // namespace kelp

@@ -1,10 +1,9 @@
 #pragma once
 // LauncherProgress over GDBus on the session bus.
-#include "platform/LauncherProgress.h"
+#include "desktop/LauncherProgress.h"
+#include "platform/gio/GLibPtr.h"
 
 #include <QString>
-
-typedef struct _GDBusConnection GDBusConnection;
 
 namespace kelp {
 
@@ -18,7 +17,7 @@ public:
     void showProgress(int step, int count) override;
 
 private:
-    GDBusConnection *_bus = nullptr;
+    GLibPtr<GDBusConnection> _bus;
     QString _appUri;
 };
 

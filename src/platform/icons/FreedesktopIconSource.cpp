@@ -3,22 +3,15 @@
 #include "extras/ColourImage.h"
 #include "extras/Logging.h"
 #include "extras/Plist.h"
+#include "platform/gio/GioDesktopEntry.h"
 #include "platform/icons/IconTheme.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QImageReader>
 
-#include <gio/gio.h>
-
 namespace kelp {
 namespace {
-
-struct KeyFileDeleter
-{
-    void operator()(GKeyFile *k) const { g_key_file_free(k); }
-};
-using KeyFilePtr = std::unique_ptr<GKeyFile, KeyFileDeleter>;
 
 bool isVectorFile(const QString &file)
 {
@@ -74,20 +67,15 @@ const QStringList &FreedesktopIconSource::genericIconNames()
 
 QString FreedesktopIconSource::iconKeyOfDesktopEntry(const QString &path)
 {
-    KeyFilePtr kf(g_key_file_new());
-    GError *error = nullptr;
-    if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
-                                   &error)) {
-        qCInfo(lcIcons).noquote() << "Cannot read the desktop entry" << path << ":"
-                                  << error->message;
-        g_error_free(error);
+    QString error;
+    const GLibPtr<GKeyFile> kf = loadKeyFile(path, &error);
+    if (!kf) {
+        qCInfo(lcIcons).noquote() << "Cannot read the desktop entry" << path << ":" << error;
         return {};
     }
-    gchar *value =
-        g_key_file_get_locale_string(kf.get(), "Desktop Entry", "Icon", nullptr, nullptr);
-    const QString key = QString::fromUtf8(value).trimmed();
-    g_free(value);
-    return key;
+    return takeString(
+               g_key_file_get_locale_string(kf.get(), kDesktopEntryGroup, "Icon", nullptr, nullptr))
+        .trimmed();
 }
 
 QString FreedesktopIconSource::iconFileOfBundle(const QString &bundlePath)

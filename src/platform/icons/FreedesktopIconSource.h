@@ -7,7 +7,7 @@
 // Contents/Resources, ".icns" when it has no extension); anything else, and any icon that cannot
 // be found or read, gets the theme's generic application icon. The theme index is built once, on
 // the first worker thread that needs it (or ahead of time with prepare()).
-#include "platform/IconSource.h"
+#include "desktop/IconSource.h"
 
 #include <QStringList>
 

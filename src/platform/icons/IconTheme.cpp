@@ -1,13 +1,13 @@
 #include "platform/icons/IconTheme.h"
 
 #include "extras/Logging.h"
+#include "platform/gio/GioDesktopEntry.h"
+#include "platform/gio/GioSettings.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSet>
 #include <QStandardPaths>
-
-#include <gio/gio.h>
 
 #include <dirent.h>
 
@@ -26,19 +26,9 @@ constexpr int kExtensionCount = 3;
 // A deeper chain of parents than this is a broken theme, not a real one.
 constexpr int kMaxThemeDepth = 32;
 
-struct KeyFileDeleter
-{
-    void operator()(GKeyFile *k) const { g_key_file_free(k); }
-};
-using KeyFilePtr = std::unique_ptr<GKeyFile, KeyFileDeleter>;
-
 QString stringKey(GKeyFile *kf, const char *group, const char *key)
 {
-    gchar *value = g_key_file_get_string(kf, group, key, nullptr);
-    if (!value) return {};
-    const QString out = QString::fromUtf8(value).trimmed();
-    g_free(value);
-    return out;
+    return takeString(g_key_file_get_string(kf, group, key, nullptr)).trimmed();
 }
 
 int intKey(GKeyFile *kf, const char *group, const char *key, int fallback)
@@ -116,21 +106,10 @@ QString configHome()
 
 QString gsettingsIconTheme()
 {
-    GSettingsSchemaSource *source = g_settings_schema_source_get_default();
-    if (!source) return {};
-    GSettingsSchema *schema =
-        g_settings_schema_source_lookup(source, "org.gnome.desktop.interface", TRUE);
-    if (!schema) return {};
-    QString theme;
-    if (g_settings_schema_has_key(schema, "icon-theme")) {
-        GSettings *settings = g_settings_new_full(schema, nullptr, nullptr);
-        gchar *value = g_settings_get_string(settings, "icon-theme");
-        theme = QString::fromUtf8(value).trimmed();
-        g_free(value);
-        g_object_unref(settings);
-    }
-    g_settings_schema_unref(schema);
-    return theme;
+    const GLibPtr<GSettings> settings =
+        installedSettings("org.gnome.desktop.interface", "icon-theme");
+    return settings ? takeString(g_settings_get_string(settings.get(), "icon-theme")).trimmed()
+                    : QString();
 }
 
 } // namespace
@@ -198,13 +177,11 @@ struct IconThemeBuilder
         for (const QString &base : std::as_const(index._baseDirs)) {
             const QString file = base + QLatin1Char('/') + name + QStringLiteral("/index.theme");
             if (!QFile::exists(file)) continue;
-            KeyFilePtr kf(g_key_file_new());
-            GError *error = nullptr;
-            if (!g_key_file_load_from_file(kf.get(), QFile::encodeName(file).constData(),
-                                           G_KEY_FILE_NONE, &error)) {
+            QString error;
+            const GLibPtr<GKeyFile> kf = loadKeyFile(file, &error);
+            if (!kf) {
                 qCWarning(lcIcons).noquote()
-                    << "Ignoring the icon theme file" << file << ":" << error->message;
-                g_error_free(error);
+                    << "Ignoring the icon theme file" << file << ":" << error;
                 continue;
             }
             if (!g_key_file_has_group(kf.get(), "Icon Theme")) {

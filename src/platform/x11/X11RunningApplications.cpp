@@ -1,7 +1,7 @@
 #include "platform/x11/X11RunningApplications.h"
 
 #include "extras/Logging.h"
-#include "platform/gio/GioAppActions.h"
+#include "platform/gio/GioDesktopEntry.h"
 
 #include <QFile>
 #include <QFileInfo>

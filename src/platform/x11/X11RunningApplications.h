@@ -5,8 +5,8 @@
 // followed through PropertyNotify events on the root window, read when the connection's socket
 // becomes readable: nothing runs while no window comes, goes or takes the focus. Each window's
 // facts (process, class, GIO launch record, executable) are read once, when it first appears.
-#include "platform/RunningApplications.h"
-#include "platform/WindowMatching.h"
+#include "desktop/RunningApplications.h"
+#include "desktop/WindowMatching.h"
 
 #include <QHash>
 #include <QSet>

@@ -1,6 +1,6 @@
 #pragma once
 // WindowHints on X11: EWMH properties and client messages on Qt's own xcb connection.
-#include "platform/WindowHints.h"
+#include "desktop/WindowHints.h"
 
 #include <memory>
 

@@ -1,16 +1,20 @@
-#include "control/AnalyzeColoursCommand.h"
+#include "cli/AnalyzeColoursCommand.h"
 
 #include "catalogue/TQApp.h"
 #include "catalogue/TQAppManager.h"
 #include "extras/ColourImage.h"
 #include "extras/TextNumbers.h"
 #include "settings/Defaults.h"
+#include "settings/RegisteredDefaults.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QJsonObject>
+#include <QTextStream>
 
 #include <cmath>
+#include <cstdio>
 
 namespace kelp {
 namespace {
@@ -125,6 +129,20 @@ AnalyzeColoursResult analyzeColours(const Defaults &defaults, const QStringList 
         result.report.append(entry);
     }
     return result;
+}
+
+int runAnalyzeColours(const QStringList &settings, const QStringList &images)
+{
+    Defaults &defaults = Defaults::standard();
+    registerAllDefaults(defaults);
+    const AnalyzeColoursResult result = analyzeColours(defaults, settings, images);
+    if (!result.usageError.isEmpty()) {
+        QTextStream(stderr) << result.usageError << '\n';
+        return 2;
+    }
+    const QByteArray json = QJsonDocument(result.report).toJson(QJsonDocument::Indented);
+    std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
+    return result.allOk ? 0 : 1;
 }
 
 } // namespace kelp

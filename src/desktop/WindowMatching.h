@@ -12,7 +12,7 @@
 //      another one, such as shells and env, never match this way).
 // A window none of these claims belongs to its executable's path; a window with neither a match
 // nor a process is left out.
-#include "platform/RunningApplications.h"
+#include "desktop/RunningApplications.h"
 
 #include <QList>
 #include <QString>

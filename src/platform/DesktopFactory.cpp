@@ -1,47 +1,52 @@
-#include "platform/DesktopServices.h"
+#include "platform/DesktopFactory.h"
 
+#include "desktop/HeadlessDesktop.h"
 #include "extras/Logging.h"
-#include "platform/HeadlessDesktop.h"
+#include "platform/gio/GioAppLauncher.h"
 #include "platform/gio/GioAppsOnDisk.h"
-#include "platform/x11/X11AppActions.h"
+#include "platform/gio/GioLauncherProgress.h"
+#include "platform/icons/FreedesktopIconSource.h"
 #include "platform/x11/X11RunningApplications.h"
+#include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
-
-#include <QGuiApplication>
 
 #include <xcb/xcb.h>
 
 namespace kelp {
 
-Desktop makeDesktopServices(const QString &platformName)
+namespace {
+
+// What depends on the window system: running applications, window control and window hints.
+void addWindowSystem(Desktop &services, const QString &platformName)
 {
-    Desktop services;
-    services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
     if (platformName == QLatin1String("xcb")) {
         auto running = std::make_shared<X11RunningApplications>();
         if (running->isConnected()) {
-            services.actions = std::make_shared<X11AppActions>(running);
             services.running = running;
+            services.windowControl = std::make_shared<X11WindowControl>(running);
             auto hints = std::make_shared<X11WindowHints>();
             if (hints->isConnected()) services.windowHints = hints;
-            return services;
+            return;
         }
     }
     qCInfo(lcPlatform).noquote() << "No window system services on" << platformName
                                  << "; running without them";
-    services.actions = std::make_shared<HeadlessAppActions>();
     services.running = std::make_shared<HeadlessRunningApplications>();
-    return services;
 }
 
-void installDesktopServices()
+} // namespace
+
+Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
 {
-    Desktop services = makeDesktopServices(QGuiApplication::platformName());
-    // Services installed earlier by their own owners stay.
-    const Desktop &current = desktop();
-    if (current.appsOnDisk) services.appsOnDisk = current.appsOnDisk;
-    services.icons = current.icons;
-    setDesktop(std::move(services));
+    Desktop services;
+    services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
+    services.launcher = std::make_shared<GioAppLauncher>();
+    addWindowSystem(services, platformName);
+    if (options.launcherProgress)
+        services.launcherProgress = std::make_shared<GioLauncherProgress>();
+    if (options.iconTheme)
+        services.icons = std::make_shared<FreedesktopIconSource>(*options.iconTheme);
+    return services;
 }
 
 void chooseQtPlatform()

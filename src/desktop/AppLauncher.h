@@ -1,11 +1,12 @@
 #pragma once
-// AppActions: what Kelp does to an application through the desktop.
+// AppLauncher: how Kelp starts applications and hands files to them.
 //
 // Applications are named by the paths the catalogue uses (a desktop entry, or an executable for a
-// program no entry claims). Window operations (activate, hide, show, quit) act on the windows the
-// running-application layer knows for that path and are called on the GUI thread. launch() blocks
-// while the desktop starts the program and is meant to be called from a worker thread; it is safe
-// to call from any thread. Nothing here raises; failures are false or empty results.
+// program no entry claims). Nothing here needs a window system: starting a program, the file
+// types an application takes, showing a file in the file manager and the hand-off to an
+// uninstaller all go through the desktop's own services. launch() blocks while the desktop starts
+// the program and is meant to be called from a worker thread; everything is safe to call from any
+// thread. Nothing here raises; failures are false or empty results.
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -24,22 +25,10 @@ struct LaunchResult
     QString error; // what went wrong, for the log
 };
 
-class AppActions
+class AppLauncher
 {
 public:
-    virtual ~AppActions() = default;
-
-    // The first process of the running application, or 0.
-    virtual qint64 pid(const QString &path) const = 0;
-    virtual bool activate(const QString &path) = 0;
-    // True when one of its windows is on screen (not iconified).
-    virtual bool isVisible(const QString &path) const = 0;
-    virtual void show(const QString &path) = 0;
-    virtual void hide(const QString &path) = 0;
-    // Asks each of its windows to close (never a kill).
-    virtual void quit(const QString &path) = 0;
-    // Shows the file in the file manager.
-    virtual void reveal(const QString &path) = 0;
+    virtual ~AppLauncher() = default;
 
     // Starts the application with the items (file or other URLs; may be empty).
     virtual LaunchResult launch(const QString &path, const QList<QUrl> &items) = 0;
@@ -50,6 +39,10 @@ public:
     // Desktop entry paths of every application that can open the item / that prefers it.
     virtual QStringList appsThatCanAccept(const QUrl &item) const = 0;
     virtual QStringList appsThatPrefer(const QUrl &item) const = 0;
+
+    // Shows the file in the file manager (an application of its own, started or asked over the
+    // session bus; it never touches the window of the application at path).
+    virtual void reveal(const QString &path) = 0;
 
     // Hands the application at path to an uninstaller: named by desktop-file ID, or by the
     // uninstaller's own path. Returns whether the uninstaller was started.

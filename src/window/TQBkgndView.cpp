@@ -1,4 +1,4 @@
-#include "control/TQBkgndView.h"
+#include "window/TQBkgndView.h"
 
 #include "settings/Defaults.h"
 

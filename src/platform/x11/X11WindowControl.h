@@ -1,8 +1,7 @@
 #pragma once
-// AppActions on X11: window operations through the running-application layer's own connection
-// (activation as a pager asks for it, iconify through WM_CHANGE_STATE, polite _NET_CLOSE_WINDOW),
-// everything else through GIO.
-#include "platform/gio/GioAppActions.h"
+// WindowControl on X11, through the running-application layer's own connection: activation as a
+// pager asks for it, iconify through WM_CHANGE_STATE, polite _NET_CLOSE_WINDOW.
+#include "desktop/WindowControl.h"
 
 #include <memory>
 
@@ -10,10 +9,10 @@ namespace kelp {
 
 class X11RunningApplications;
 
-class X11AppActions : public GioAppActions
+class X11WindowControl : public WindowControl
 {
 public:
-    explicit X11AppActions(std::shared_ptr<X11RunningApplications> running);
+    explicit X11WindowControl(std::shared_ptr<X11RunningApplications> running);
 
     qint64 pid(const QString &path) const override;
     bool activate(const QString &path) override;

@@ -20,4 +20,9 @@ struct AnalyzeColoursResult
 AnalyzeColoursResult analyzeColours(const Defaults &defaults, const QStringList &settings,
                                     const QStringList &images);
 
+// The command itself, with the user's settings: the report on standard output, a usage error on
+// standard error. Returns the exit status: 0, 1 when an image could not be read, 2 for a usage
+// error.
+int runAnalyzeColours(const QStringList &settings, const QStringList &images);
+
 } // namespace kelp

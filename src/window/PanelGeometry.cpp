@@ -1,4 +1,4 @@
-#include "control/PanelGeometry.h"
+#include "window/PanelGeometry.h"
 
 #include <algorithm>
 #include <cmath>

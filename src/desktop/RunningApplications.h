@@ -3,7 +3,7 @@
 //
 // "Regular" means programs with a normal window that shows in the taskbar; tool windows, docks,
 // desktop windows and skip-taskbar helpers do not make a program count. Windows are grouped into
-// applications by the catalogue entry they belong to (see platform/WindowMatching.h); a program no
+// applications by the catalogue entry they belong to (see desktop/WindowMatching.h); a program no
 // entry claims still appears, under its executable's path and with its window's own icon.
 //
 // Lives on the GUI thread. Implementations are event-driven: idle, they wake for nothing.

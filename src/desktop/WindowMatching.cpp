@@ -1,4 +1,4 @@
-#include "platform/WindowMatching.h"
+#include "desktop/WindowMatching.h"
 
 #include <QFileInfo>
 #include <QHash>

@@ -1,23 +1,27 @@
 #pragma once
-// Desktop: the set of desktop services Kelp runs with, chosen once at start-up from the Qt platform
-// name (X11 today; a headless set when there is no display). The catalogue and the views reach the
+// Desktop: the set of desktop services Kelp runs with, made once at start-up for the Qt platform
+// Kelp runs on (platform/DesktopFactory.h: X11 with GIO, or the headless set with GIO when there
+// is no window system) and installed with setDesktop(). The catalogue and the views reach the
 // desktop only through these narrow interfaces.
 #include <memory>
 
 namespace kelp {
 
+class AppLauncher;
 class AppsOnDisk;
-class AppActions;
 class IconSource;
 class LauncherProgress;
 class RunningApplications;
+class WindowControl;
 class WindowHints;
 
 struct Desktop
 {
     std::shared_ptr<AppsOnDisk> appsOnDisk; // what files are; names
-    std::shared_ptr<AppActions> actions;    // launch, activate, hide, quit... (may be null)
-    std::shared_ptr<IconSource> icons;      // icons for files, thread-safe (may be null)
+    std::shared_ptr<AppLauncher> launcher; // launch, file types, reveal, uninstallers (may be null)
+    // activate, hide, show, quit a running application (null without a window system)
+    std::shared_ptr<WindowControl> windowControl;
+    std::shared_ptr<IconSource> icons; // icons for files, thread-safe (may be null)
     std::shared_ptr<RunningApplications>
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)

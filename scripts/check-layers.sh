@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Checks the layers of Kelp's code that the compiler alone does not catch:
+#   - only src/platform/ includes desktop headers (X11, xcb, GLib/GIO, GDK);
+#   - src/colour/ is plain C++: no Qt header.
+# Prints each offending include as "file:line: reason" and exits 1 when there is any.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# Test harness code that drives a real X server itself (starting Xvfb, making windows without
+# Kelp's help) may talk to it directly.
+allowed_desktop_includes=(
+    tests/support/XSession.h
+    tests/desktop/X11DesktopTest.cpp
+)
+
+desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'
+qt_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](Qt[A-Za-z]*/|Q[A-Za-z0-9_]*[>"]|q[a-z0-9_]*\.h[>"])'
+
+if git rev-parse --is-inside-work-tree > /dev/null 2>&1; then
+    mapfile -t files < <(git ls-files --cached --others --exclude-standard -- \
+        '*.c' '*.cc' '*.cpp' '*.h' '*.hpp' | sort -u)
+else
+    mapfile -t files < <(find src tests bench -type f \
+        \( -name '*.c' -o -name '*.cc' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) | sort)
+fi
+
+status=0
+for file in "${files[@]}"; do
+    [ -f "$file" ] || continue
+    case "$file" in
+    src/platform/*) ;;
+    *)
+        allowed=0
+        for a in "${allowed_desktop_includes[@]}"; do [ "$file" = "$a" ] && allowed=1; done
+        if [ "$allowed" = 0 ]; then
+            while IFS=: read -r line text; do
+                echo "$file:$line: desktop header outside src/platform/: $text" >&2
+                status=1
+            done < <(grep -nE "$desktop_header" "$file" || true)
+        fi
+        ;;
+    esac
+    case "$file" in
+    src/colour/*)
+        while IFS=: read -r line text; do
+            echo "$file:$line: Qt header in src/colour/ (plain C++ only): $text" >&2
+            status=1
+        done < <(grep -nE "$qt_header" "$file" || true)
+        ;;
+    esac
+done
+
+if [ "$status" = 0 ]; then
+    echo "Layers: ${#files[@]} files, no desktop header outside src/platform/, no Qt in src/colour/"
+fi
+exit "$status"
