@@ -187,6 +187,8 @@ template <bool HasAlpha, bool Grey> void countPixels(ColourTable &table, const P
 // The same count for meshed 8-bit pixels of exactly four bytes (the icon format): each pixel is
 // read as one 32-bit word, and a pixel equal to the one before it in the row costs a comparison
 // and an addition.
+// Its run bookkeeping repeats countPixels' on purpose: this is the loop every icon goes through,
+// and it stays one flat loop the compiler can keep in registers.
 template <bool HasAlpha> void countPixelWords(ColourTable &table, const PixelDescription &d)
 {
     const auto shiftOf = [](std::int64_t offset) {
