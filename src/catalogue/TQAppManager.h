@@ -191,7 +191,7 @@ public:
     // An icon (and so a colour key) changed: re-sort by colour a second after the last change.
     void appIconChanged(const TQAppPtr &app);
     void sortIconColorTimerFire();
-    bool isColourSortPending() const { return _sortColorTimer.isActive(); }
+    bool isColourSortPending() const { return _sortColourTimer.isActive(); }
 
     // Settings changes (wired to the settings store in the constructor).
     void defaultsChanged(const QString &key, const QVariant &oldValue, const QVariant &newValue);
@@ -244,7 +244,7 @@ private:
     int _maxRecursionDepth = 4;
     bool _isBusyScanning = false;
     QTimer _scanPathListTimer;
-    QTimer _sortColorTimer; // icon loading: the colour re-sort after icons arrive
+    QTimer _sortColourTimer; // icon loading: the colour re-sort after icons arrive
     QThreadPool _pool;
 };
 

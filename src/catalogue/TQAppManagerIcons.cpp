@@ -15,9 +15,9 @@ constexpr int kColourSortDelayMs = 1000;
 
 void TQAppManager::setUpIconLoading()
 {
-    _sortColorTimer.setSingleShot(true);
-    _sortColorTimer.setInterval(kColourSortDelayMs);
-    connect(&_sortColorTimer, &QTimer::timeout, this, &TQAppManager::sortIconColorTimerFire);
+    _sortColourTimer.setSingleShot(true);
+    _sortColourTimer.setInterval(kColourSortDelayMs);
+    connect(&_sortColourTimer, &QTimer::timeout, this, &TQAppManager::sortIconColorTimerFire);
     connect(&Notifications::instance(), &Notifications::appIconChanged, this,
             &TQAppManager::appIconChanged);
 }
@@ -87,13 +87,13 @@ void TQAppManager::clearIconsForAllApps()
 
 void TQAppManager::appIconChanged(const TQAppPtr &app)
 {
-    _sortColorTimer.stop();
-    if (app) _sortColorTimer.start();
+    _sortColourTimer.stop();
+    if (app) _sortColourTimer.start();
 }
 
 void TQAppManager::sortIconColorTimerFire()
 {
-    _sortColorTimer.stop();
+    _sortColourTimer.stop();
     if (_defaults.value(Key::GroupContentsSortOrder) == 2) sortAllArrays();
 }
 

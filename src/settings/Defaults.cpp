@@ -53,7 +53,7 @@ bool isNumeric(const QVariant &v)
 // property-list form; items of that kind inside arrays and dictionaries are dropped.
 QVariant normalized(const QVariant &value)
 {
-    if (value.typeId() == QMetaType::QColor) return Defaults::colorValue(value.value<QColor>());
+    if (value.typeId() == QMetaType::QColor) return Defaults::colourValue(value.value<QColor>());
     switch (variantKind(value)) {
     case VariantKind::Bool:
         return QVariant(value.toBool());
@@ -667,7 +667,7 @@ QByteArray Defaults::data(const QString &key) const
     return v.typeId() == QMetaType::QByteArray ? v.toByteArray() : QByteArray();
 }
 
-QColor Defaults::color(const QString &key) const
+QColor Defaults::colour(const QString &key) const
 {
     return settingAsColour(value(key));
 }
@@ -690,7 +690,7 @@ QVariant Defaults::fitting(SettingId id) const
                                                                    : settingDefault(id);
 }
 
-QVariant Defaults::colorValue(const QColor &color)
+QVariant Defaults::colourValue(const QColor &color)
 {
     if (!color.isValid()) return {};
     const QColor rgb = color.toRgb();
@@ -720,9 +720,9 @@ void Defaults::setValue(const QString &key, const QVariant &value)
     if (!sameValue(old, now)) Q_EMIT changed(key, old, now);
 }
 
-void Defaults::setColor(const QString &key, const QColor &color)
+void Defaults::setColour(const QString &key, const QColor &color)
 {
-    setValue(key, colorValue(color));
+    setValue(key, colourValue(color));
 }
 
 void Defaults::remove(const QString &key)

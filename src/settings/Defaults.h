@@ -62,8 +62,8 @@ public:
     QVariantMap dictionary(const QString &key) const;
     QByteArray data(const QString &key) const;
     // Colours are stored as device RGBA, an array of four reals in 0..1.
-    QColor color(const QString &key) const;
-    static QVariant colorValue(const QColor &color);
+    QColor colour(const QString &key) const;
+    static QVariant colourValue(const QColor &color);
 
     // The value of a setting, of the setting's own type.
     template <typename T> T value(Setting<T> key) const;
@@ -77,7 +77,7 @@ public:
     // Stores a value (an invalid QVariant removes the stored one). Emits changed() when the
     // effective value differs from before.
     void setValue(const QString &key, const QVariant &value);
-    void setColor(const QString &key, const QColor &color);
+    void setColour(const QString &key, const QColor &color);
     void remove(const QString &key);
 
     // Writes pending changes now. Returns false when the file could not be written.
@@ -94,7 +94,7 @@ private:
     template <typename T> static QVariant storable(const T &value)
     {
         if constexpr (std::is_same_v<T, QColor>)
-            return colorValue(value);
+            return colourValue(value);
         else
             return QVariant::fromValue(value);
     }

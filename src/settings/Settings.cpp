@@ -15,7 +15,7 @@ using Owner = SettingOwner;
 template <typename T> QVariant storedForm(const T &value)
 {
     if constexpr (std::is_same_v<T, QColor>)
-        return Defaults::colorValue(value);
+        return Defaults::colourValue(value);
     else if constexpr (std::is_same_v<T, QDateTime>)
         return value.isValid() ? QVariant(value) : QVariant();
     else

@@ -14,12 +14,12 @@ TQBkgndView::TQBkgndView(Defaults &defaults, QWidget *parent) : QWidget(parent),
 {
     setAttribute(Qt::WA_TranslucentBackground);
     connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
-        if (PanelColours::dependsOn(key)) updateColors();
+        if (PanelColours::dependsOn(key)) updateColours();
     });
-    updateColors();
+    updateColours();
 }
 
-void TQBkgndView::updateColors()
+void TQBkgndView::updateColours()
 {
     _colours = PanelColours::fromDefaults(_defaults);
     update();

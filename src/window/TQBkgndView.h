@@ -18,7 +18,7 @@ public:
 
     explicit TQBkgndView(Defaults &defaults, QWidget *parent = nullptr);
 
-    void updateColors();
+    void updateColours();
     void setBorderWidth(double width);
     double borderWidth() const { return _borderWidth; }
 

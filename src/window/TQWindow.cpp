@@ -181,7 +181,7 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     for (QScreen *screen : QGuiApplication::screens())
         watchScreen(screen);
 
-    updateColors();
+    updateColours();
     _iconView->setMaxIconViewSize(maxIconViewSize());
     subviewDidResize();
     centerExactlyOn(QGuiApplication::primaryScreen());
@@ -192,17 +192,17 @@ TQWindow::~TQWindow() = default;
 void TQWindow::defaultsChanged(const QString &key)
 {
     if (PanelColours::dependsOn(key))
-        updateColors();
+        updateColours();
     else if (Key::AnimateWindowResizing.is(key))
-        _useAnimation = _defaults.boolean(key);
+        _useAnimation = _defaults.value(Key::AnimateWindowResizing);
 }
 
-void TQWindow::updateColors()
+void TQWindow::updateColours()
 {
     const bool black = PanelColours::fromDefaults(_defaults).wantsBlackButtons();
     static_cast<PanelButton *>(_closeButton)->setBlack(black);
     static_cast<PanelButton *>(_prefsButton)->setBlack(black);
-    _background->updateColors();
+    _background->updateColours();
 }
 
 // --- Screens ------------------------------------------------------------------------------------

@@ -85,7 +85,7 @@ public:
     double lastResizeDuration() const { return _lastResizeDuration; }
     bool isAnimating() const;
 
-    void updateColors();
+    void updateColours();
 
 Q_SIGNALS:
     // The panel lost the keyboard to another application.

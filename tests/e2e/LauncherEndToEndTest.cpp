@@ -161,9 +161,9 @@ TEST_F(Launcher, ShowsCentredAndTogglesFromASecondKelp)
     EXPECT_GT(colours.size(), 8) << "the panel shows its bar and icons";
 
     EXPECT_EQ(runKelp({QStringLiteral("--toggle")}), 0);
-    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 5000)) << "the second kelp hid it";
+    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 15000)) << "the second kelp hid it";
     EXPECT_EQ(runKelp({QStringLiteral("--toggle")}), 0);
-    EXPECT_TRUE(waitUntil([this] { return panel().mapped; }, 5000)) << "and showed it again";
+    EXPECT_TRUE(waitUntil([this] { return panel().mapped; }, 15000)) << "and showed it again";
     EXPECT_EQ(kelp.state(), QProcess::Running) << "the second kelp never became a second Kelp";
 }
 
@@ -205,7 +205,7 @@ TEST_F(Launcher, EscapeClearsTheFilterFirst)
     EXPECT_FALSE(window(QStringLiteral("zebraclock")).mapped);
     EXPECT_TRUE(panel().mapped);
     x(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Escape")});
-    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 5000))
+    EXPECT_TRUE(waitUntil([this] { return !panel().mapped; }, 15000))
         << "the second one hides the panel";
 }
 
@@ -221,7 +221,7 @@ TEST_F(Launcher, ComesBackOnScreenWhenTheScreenShrinks)
     // Wholly on the screen as it is now, wholly off the one it is about to become.
     x(QStringLiteral("xdotool"),
       {QStringLiteral("windowmove"), wid, QStringLiteral("1050"), QStringLiteral("580")});
-    ASSERT_TRUE(waitUntil([this] { return panel().rect.x() >= 1040; }, 5000));
+    ASSERT_TRUE(waitUntil([this] { return panel().rect.x() >= 1040; }, 15000));
     // Xvfb keeps one output; shrinking its frame buffer is how a screen goes away here.
     x(QStringLiteral("xrandr"), {QStringLiteral("--fb"), QStringLiteral("1024x600")});
     EXPECT_TRUE(waitUntil(

@@ -186,16 +186,16 @@ TEST_F(DefaultsTest, TypedGettersConvertBetweenNumbersBooleansAndText)
     EXPECT_EQ(store.string(QStringLiteral("flag")), QStringLiteral("1"));
     EXPECT_TRUE(store.string(QStringLiteral("list")).isEmpty());
     EXPECT_TRUE(store.array(QStringLiteral("text")).isEmpty());
-    EXPECT_FALSE(store.color(QStringLiteral("missing")).isValid());
+    EXPECT_FALSE(store.colour(QStringLiteral("missing")).isValid());
 }
 
 TEST_F(DefaultsTest, ColoursAreStoredAsFourDeviceRgbaReals)
 {
-    EXPECT_EQ(Defaults::colorValue(QColor(255, 0, 0)), QVariant(QVariantList{1.0, 0.0, 0.0, 1.0}));
-    EXPECT_FALSE(Defaults::colorValue(QColor()).isValid());
+    EXPECT_EQ(Defaults::colourValue(QColor(255, 0, 0)), QVariant(QVariantList{1.0, 0.0, 0.0, 1.0}));
+    EXPECT_FALSE(Defaults::colourValue(QColor()).isValid());
     {
         Defaults store(path);
-        store.setColor(QStringLiteral("tint"), QColor::fromRgbF(0.2f, 0.4f, 0.6f, 0.5f));
+        store.setColour(QStringLiteral("tint"), QColor::fromRgbF(0.2f, 0.4f, 0.6f, 0.5f));
         store.setValue(QStringLiteral("direct"), QColor(Qt::green));
         store.setValue(QStringLiteral("broken"), QVariantList{1.0, QStringLiteral("x"), 0.0});
         ASSERT_TRUE(store.synchronize());
@@ -205,14 +205,14 @@ TEST_F(DefaultsTest, ColoursAreStoredAsFourDeviceRgbaReals)
     EXPECT_EQ(onDisk[3].typeId(), QMetaType::Double);
 
     Defaults again(path);
-    const QColor read = again.color(QStringLiteral("tint"));
+    const QColor read = again.colour(QStringLiteral("tint"));
     // QColor keeps 16 bits per channel.
     EXPECT_NEAR(read.redF(), 0.2, 2e-5);
     EXPECT_NEAR(read.greenF(), 0.4, 2e-5);
     EXPECT_NEAR(read.blueF(), 0.6, 2e-5);
     EXPECT_NEAR(read.alphaF(), 0.5, 2e-5);
-    EXPECT_EQ(again.color(QStringLiteral("direct")), QColor(Qt::green));
-    EXPECT_FALSE(again.color(QStringLiteral("broken")).isValid());
+    EXPECT_EQ(again.colour(QStringLiteral("direct")), QColor(Qt::green));
+    EXPECT_FALSE(again.colour(QStringLiteral("broken")).isValid());
 }
 
 // None of these keys is a Kelp setting: keys the store does not know are kept all the same.

@@ -107,7 +107,7 @@ int main(int argc, char **argv)
 
     Defaults defaults(home.filePath("config/Kelp/Kelp.plist"));
     registerAllDefaults(defaults);
-    defaults.setValue("searchDirectories", QVariantList{QVariantMap{{"path", apps}}});
+    defaults.setValue(Key::SearchDirectories, QVariantList{QVariantMap{{"path", apps}}});
     defaults.setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::All));
     setDesktop(makeDesktop(QGuiApplication::platformName()));
     IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>("Papirus"));
@@ -140,9 +140,9 @@ int main(int argc, char **argv)
     QTest::qWait(1800);
 
     // A light panel with a border, on the favourites (a small panel: short labels).
-    defaults.setColor("windowColor", QColor(245, 245, 240));
-    defaults.setValue("drawWindowBorder", true);
-    defaults.setColor("windowBorderColor", QColor(120, 120, 120));
+    defaults.setValue(Key::WindowColour, QColor(245, 245, 240));
+    defaults.setValue(Key::DrawWindowBorder, true);
+    defaults.setValue(Key::WindowBorderColour, QColor(120, 120, 120));
     view->setGroupToShow(Group::User);
     QTest::qWait(300);
     ok = save(panel, out, "panel-light-favourites.png") && ok;

@@ -57,8 +57,8 @@ protected:
 
 TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
 {
-    defaults->setValue("groupToShowWhenWindowOpens", qint64(-1));
-    defaults->setValue("groupShownWhenWindowClosed", qint64(Group::All));
+    defaults->setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::None));
+    defaults->setValue(Key::GroupShownWhenWindowClosed, storedGroup(Group::All));
     panel->show();
     EXPECT_EQ(panel->iconView()->groupToShow(), Group::All);
     EXPECT_EQ(panel->statsControl()->indexOfSelectedButton(), 0);
@@ -78,7 +78,7 @@ TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
 
     // A fixed choice wins over the remembered group.
     panel->hide();
-    defaults->setValue("groupToShowWhenWindowOpens", qint64(Group::Included));
+    defaults->setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::Included));
     panel->show(); // while still fading out: shown again, on the chosen group
     EXPECT_TRUE(panel->isPanelVisible());
     EXPECT_EQ(panel->iconView()->groupToShow(), Group::Included);
@@ -138,7 +138,7 @@ TEST_F(Panel, FitsItsIconViewAtOnceWithoutAnimation)
 
 TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
 {
-    defaults->setValue("animateWindowResizing", true);
+    defaults->setValue(Key::AnimateWindowResizing, true);
     panel->show();
     const QRect before = panel->geometry();
 
@@ -165,7 +165,7 @@ TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
 
 TEST_F(Panel, KeysGoToTheBarThenTheGridThenThePanel)
 {
-    defaults->setValue("groupToShowWhenWindowOpens", qint64(Group::Included));
+    defaults->setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::Included));
     panel->show();
     QSignalSpy close(panel.get(), &TQWindow::closeRequested);
 
