@@ -12,7 +12,6 @@
 
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QGuiApplication>
 #include <QTemporaryDir>
@@ -55,15 +54,6 @@ QStringList applicationIconNames(const QString &theme, int count)
     return names;
 }
 
-void waitForIcons()
-{
-    IconLoader &loader = IconLoader::shared();
-    if (loader.pendingLoads() == 0) return;
-    QEventLoop loop;
-    QObject::connect(&loader, &IconLoader::allLoadsDelivered, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
 void loadRound(TQAppManager &catalogue, const AppList &apps, const char *label)
 {
     IconLoader::shared().resetStatistics();
@@ -71,7 +61,7 @@ void loadRound(TQAppManager &catalogue, const AppList &apps, const char *label)
     timer.start();
     catalogue.loadIconsForApps(apps);
     const qint64 queuedNs = timer.nsecsElapsed();
-    waitForIcons();
+    IconLoader::shared().waitUntilAllDelivered();
     const qint64 totalNs = timer.nsecsElapsed();
     const IconLoader::Statistics s = IconLoader::shared().statistics();
     std::printf("%-34s %5llu icons  %8.1f ms total  %6.2f ms queueing  longest delivery %5.2f ms"

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QGuiApplication>
 
 #include <algorithm>
@@ -122,6 +123,14 @@ void IconLoader::deliver(const std::weak_ptr<TQApp> &sender, quint64 generation,
     _stats.longestDeliveryNs = std::max(_stats.longestDeliveryNs, spent);
     _stats.totalDeliveryNs += spent;
     if (--_pending == 0) Q_EMIT allLoadsDelivered();
+}
+
+void IconLoader::waitUntilAllDelivered()
+{
+    if (_pending == 0) return;
+    QEventLoop loop;
+    connect(this, &IconLoader::allLoadsDelivered, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 } // namespace kelp

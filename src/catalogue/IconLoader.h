@@ -60,6 +60,9 @@ public:
 
     // Loads queued or running whose results have not been applied yet.
     int pendingLoads() const { return _pending; }
+    // Runs the event loop until every queued load has been applied to its entry (tools and
+    // benchmarks; the running Kelp never waits).
+    void waitUntilAllDelivered();
 
     // Figures for tests and benchmarks.
     struct Statistics

@@ -37,12 +37,13 @@ int startKelp(const InstanceRequest &request)
         QTextStream(stderr) << tr("Kelp's panel needs a display (is DISPLAY set?).") << '\n';
         return 1;
     }
+    // A later kelp only hands its request over: it needs no desktop, no icons, no X connection.
+    if (const std::optional<int> status = sendToRunningKelp(request)) return *status;
+
     DesktopOptions options;
     options.iconTheme = Defaults::standard().value(Key::IconThemeName);
     options.launcherProgress = true;
     setDesktop(makeDesktop(QGuiApplication::platformName(), options));
-
-    if (const std::optional<int> status = sendToRunningKelp(request)) return *status;
     SingleInstance instance;
     if (!instance.listen()) {
         // Another Kelp started at the same moment and won: hand it the request after all.

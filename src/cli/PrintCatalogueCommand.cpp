@@ -9,26 +9,12 @@
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 
-#include <QEventLoop>
 #include <QGuiApplication>
 #include <QJsonDocument>
 
 #include <cstdio>
 
 namespace kelp {
-namespace {
-
-// Runs the event loop until every queued icon load has been applied to its entry.
-void waitForIcons()
-{
-    IconLoader &loader = IconLoader::shared();
-    if (loader.pendingLoads() == 0) return;
-    QEventLoop loop;
-    QObject::connect(&loader, &IconLoader::allLoadsDelivered, &loop, &QEventLoop::quit);
-    loop.exec();
-}
-
-} // namespace
 
 int runPrintCatalogue(bool rescan, bool icons)
 {
@@ -42,7 +28,7 @@ int runPrintCatalogue(bool rescan, bool icons)
     setDesktop(makeDesktop(QGuiApplication::platformName(), options));
     TQAppManager catalogue(defaults, desktop().appsOnDisk);
     const auto print = [&catalogue, icons]() {
-        if (icons) waitForIcons();
+        if (icons) IconLoader::shared().waitUntilAllDelivered();
         const QByteArray json =
             QJsonDocument(catalogueReport(catalogue)).toJson(QJsonDocument::Indented);
         std::fwrite(json.constData(), 1, static_cast<size_t>(json.size()), stdout);
