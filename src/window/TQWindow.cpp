@@ -288,6 +288,7 @@ void TQWindow::show()
     _statsControl->selectButtonForGroup(_iconView->groupShown());
     if (needsCentring) centerExactlyOn(screen); // the group may have changed the panel's size
 
+    if (needsCentring) _activeSinceShown = false;
     fadeInOver(panel::kFadeDuration);
     QWidget::raise();
     activateWindow();
@@ -617,13 +618,20 @@ void TQWindow::mouseReleaseEvent(QMouseEvent *event)
 void TQWindow::changeEvent(QEvent *event)
 {
     QWidget::changeEvent(event);
-    if (event->type() != QEvent::ActivationChange || isActiveWindow()) return;
+    if (event->type() != QEvent::ActivationChange) return;
+    if (isActiveWindow()) {
+        _activeSinceShown = true;
+        return;
+    }
     // The keyboard went elsewhere: drop the typed filter, and tell the controller when it went
     // to another application (not to a menu or a dialog of Kelp's own).
     _iconView->reset();
     _iconView->update();
     QTimer::singleShot(0, this, [this]() {
-        if (isPanelVisible() && !isActiveWindow() && !QGuiApplication::focusWindow())
+        // A deactivation left over from before the last show (window managers deliver them late)
+        // is not the user leaving the panel shown now.
+        if (_activeSinceShown && isPanelVisible() && !isActiveWindow() &&
+            !QGuiApplication::focusWindow())
             Q_EMIT panelDeactivated();
     });
 }

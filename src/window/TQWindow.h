@@ -145,6 +145,7 @@ private:
 
     QPointer<QVariantAnimation> _fade;
     bool _fadingOut = false;
+    bool _activeSinceShown = false; // the panel had the keyboard at some point since it was shown
     QPointer<QPropertyAnimation> _frameAnimation;
     QPointer<QVariantAnimation> _iconFade;
     bool _screenCheckPending = false;
