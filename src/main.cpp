@@ -11,9 +11,35 @@
 #include <QTextStream>
 
 #include <cstdio>
+#include <optional>
+
+namespace {
+
+// The arguments as QCoreApplication would give them, for use before it exists.
+QStringList argumentsOf(int argc, char **argv)
+{
+    QStringList arguments;
+    arguments.reserve(argc);
+    for (int i = 0; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+} // namespace
 
 int main(int argc, char **argv)
 {
+    // A later kelp only hands its request to the running one and exits: it does that before any
+    // display connection or GUI object exists, so that `kelp --toggle` bound to a key is quick.
+    // Anything else (including Qt's own options such as -platform, which only QApplication
+    // understands) goes the long way below.
+    {
+        const kelp::Command early = kelp::parseCommandLine(argumentsOf(argc, argv));
+        if (early.kind == kelp::Command::Kind::Launcher)
+            if (const std::optional<int> status = kelp::sendToRunningKelp(early.request))
+                return *status;
+    }
+
     // Kelp's command-line tools need no display; run them on the offscreen platform when there is
     // none (or it cannot be reached), so that images can still be drawn.
     kelp::chooseQtPlatform();

@@ -3,14 +3,22 @@
 #include "extras/Logging.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLocalServer>
 #include <QLocalSocket>
+#include <QScopeGuard>
 #include <QStandardPaths>
 
+#include <cerrno>
+#include <cstring>
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace kelp {
@@ -58,13 +66,58 @@ QString SingleInstance::socketPath()
 
 bool SingleInstance::sendToRunning(const InstanceRequest &request, int timeoutMs)
 {
-    QLocalSocket socket;
-    socket.connectToServer(socketPath());
-    if (!socket.waitForConnected(timeoutMs)) return false;
-    socket.write(request.encode());
-    if (!socket.waitForBytesWritten(timeoutMs)) return false;
+    // Plain sockets, so that a later kelp can hand its request over before any Qt application
+    // object (or event dispatcher) exists.
+    const QByteArray path = QFile::encodeName(socketPath());
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= static_cast<qsizetype>(sizeof address.sun_path)) return false;
+    std::memcpy(address.sun_path, path.constData(), static_cast<size_t>(path.size()));
+
+    const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (fd < 0) return false;
+    const auto closeSocket = qScopeGuard([fd]() { ::close(fd); });
+    // Connecting to a local socket does not wait for the other side's event loop: it succeeds
+    // at once while the listener's backlog has room, or fails at once when nobody listens.
+    if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+        return false;
+
+    QElapsedTimer clock;
+    clock.start();
+    const auto waitFor = [&](short events) {
+        for (;;) {
+            const qint64 left = timeoutMs - clock.elapsed();
+            if (left <= 0) return false;
+            pollfd p{fd, events, 0};
+            const int n = ::poll(&p, 1, static_cast<int>(left));
+            if (n > 0) return true;
+            if (n < 0 && errno != EINTR) return false;
+        }
+    };
+
+    const QByteArray bytes = request.encode();
+    qsizetype sent = 0;
+    while (sent < bytes.size()) {
+        if (!waitFor(POLLOUT)) return false;
+        const ssize_t n = ::send(fd, bytes.constData() + sent,
+                                 static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        if (n < 0 && errno != EINTR && errno != EAGAIN) return false;
+        if (n > 0) sent += n;
+    }
     // The running Kelp answers once it has taken the request.
-    return socket.waitForReadyRead(timeoutMs) && socket.readLine().trimmed() == "ok";
+    QByteArray answer;
+    while (!answer.contains('\n') && answer.size() < 64) {
+        if (!waitFor(POLLIN)) return false;
+        char buffer[64];
+        const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
+        if (n == 0) break;
+        if (n < 0) {
+            if (errno == EINTR || errno == EAGAIN) continue;
+            return false;
+        }
+        answer.append(buffer, n);
+    }
+    return answer.left(answer.indexOf('\n')).trimmed() == "ok";
 }
 
 bool SingleInstance::listen()
