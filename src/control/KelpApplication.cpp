@@ -1,6 +1,7 @@
 #include "control/KelpApplication.h"
 
 #include "catalogue/TQAppManager.h"
+#include "control/IconThemeFollower.h"
 #include "control/TQController.h"
 #include "desktop/Desktop.h"
 #include "settings/Defaults.h"
@@ -20,6 +21,7 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     TQAppManager catalogue(defaults, desktop().appsOnDisk);
     TQWindow panel(catalogue, defaults);
     TQController controller(catalogue, panel, defaults);
+    IconThemeFollower iconThemes(catalogue, defaults, desktop().iconThemes);
     QObject::connect(&instance, &SingleInstance::requestReceived, &controller,
                      &TQController::handleRequest);
     // exit(), not quit(): the panel hides instead of closing, and must not be able to refuse.

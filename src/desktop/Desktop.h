@@ -10,6 +10,7 @@ namespace kelp {
 class AppLauncher;
 class AppsOnDisk;
 class IconSource;
+class IconThemes;
 class LauncherProgress;
 class RunningApplications;
 class WindowControl;
@@ -22,6 +23,8 @@ struct Desktop
     // activate, hide, show, quit a running application (null without a window system)
     std::shared_ptr<WindowControl> windowControl;
     std::shared_ptr<IconSource> icons; // icons for files, thread-safe (may be null)
+    // makes icon sources for a theme; says when the desktop's own theme changes (may be null)
+    std::shared_ptr<IconThemes> iconThemes;
     std::shared_ptr<RunningApplications>
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)

@@ -6,6 +6,7 @@
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
+#include "platform/icons/FreedesktopIconThemes.h"
 #include "platform/x11/X11RunningApplications.h"
 #include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
@@ -44,8 +45,11 @@ Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
     addWindowSystem(services, platformName);
     if (options.launcherProgress)
         services.launcherProgress = std::make_shared<GioLauncherProgress>();
-    if (options.iconTheme)
-        services.icons = std::make_shared<FreedesktopIconSource>(*options.iconTheme);
+    if (options.iconTheme) {
+        services.iconThemes =
+            std::make_shared<FreedesktopIconThemes>(platformName == QLatin1String("xcb"));
+        services.icons = services.iconThemes->makeIconSource(*options.iconTheme);
+    }
     return services;
 }
 

@@ -50,7 +50,7 @@ protected:
             QColor(128, 128, 128)));
         IconLoader::shared().setIconSource(std::make_shared<FreedesktopIconSource>(
             QStringLiteral("hicolor"), QStringList{themes},
-            QStringList{home.filePath(QStringLiteral("pixmaps"))}, false));
+            QStringList{home.filePath(QStringLiteral("pixmaps"))}, DesktopThemeHints{{}, false}));
         IconLoader::shared().resetStatistics();
         makeCatalogue();
     }

@@ -3,14 +3,18 @@
 #include "IconFixtures.h"
 
 #include "extras/Plist.h"
+#include "platform/icons/DesktopIconTheme.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/IconTheme.h"
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
 #include <QImageWriter>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 using namespace kelp;
 using namespace kelp::test;
@@ -120,19 +124,74 @@ TEST_F(IconThemeTest, SearchesTheThemeThenItsParentsOnceEachThenHicolorThenPixma
     EXPECT_EQ(build("Nowhere")->searchOrder(), QStringList{"hicolor"});
 }
 
-TEST_F(IconThemeTest, DesktopThemeComesFromGtkThenKdeSettings)
+// Sets environment variables for one test and puts them back after.
+class ScopedEnvironment
 {
-    const QString config = tmp.filePath(QStringLiteral("config"));
-    const QByteArray saved = qgetenv("XDG_CONFIG_HOME");
-    qputenv("XDG_CONFIG_HOME", config.toUtf8());
-    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("hicolor"));
+public:
+    void set(const char *name, const QByteArray &value)
+    {
+        if (!_saved.contains(name))
+            _saved.insert(name, qEnvironmentVariableIsSet(name) ? std::optional(qgetenv(name))
+                                                                : std::nullopt);
+        qputenv(name, value);
+    }
+    ~ScopedEnvironment()
+    {
+        for (auto it = _saved.cbegin(); it != _saved.cend(); ++it) {
+            if (it.value())
+                qputenv(it.key().constData(), *it.value());
+            else
+                qunsetenv(it.key().constData());
+        }
+    }
+
+private:
+    QHash<QByteArray, std::optional<QByteArray>> _saved;
+};
+
+TEST_F(IconThemeTest, DesktopThemeIsTheFirstInstalledThemeTheDesktopNames)
+{
+    ScopedEnvironment env;
+    const QString home = tmp.filePath(QStringLiteral("home"));
+    const QString config = home + QStringLiteral("/.config");
+    env.set("HOME", home.toUtf8());
+    env.set("XDG_CONFIG_HOME", config.toUtf8());
+    env.set("XDG_CURRENT_DESKTOP", "XFCE");
+    env.set("KDE_FULL_SESSION", "");
+    for (const char *theme : {"FromX", "Gtk4", "Gtk3", "Gtk2", "Breeze"})
+        ASSERT_TRUE(writeTheme(base(), QLatin1String(theme), {}, {{"48x48/apps", 48, "Fixed"}}));
+    const auto chosen = [&](const QString &xsettings = QString()) {
+        return desktopIconTheme(DesktopThemeHints{xsettings, false}, {userBase(), base()}).name;
+    };
+
+    EXPECT_EQ(chosen(), QStringLiteral("hicolor"));
+    // KDE's file counts only in a KDE session.
     ASSERT_TRUE(writeFile(config + QStringLiteral("/kdeglobals"),
-                          "[General]\nTheme=Wrong\n[Icons]\nTheme=breeze\n"));
-    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("breeze"));
+                          "[General]\nTheme=Wrong\n[Icons]\nTheme=Breeze\n"));
+    EXPECT_EQ(chosen(), QStringLiteral("hicolor"));
+    env.set("XDG_CURRENT_DESKTOP", "KDE");
+    EXPECT_EQ(chosen(), QStringLiteral("Breeze"));
+    ASSERT_TRUE(writeFile(home + QStringLiteral("/.gtkrc-2.0"),
+                          "# GTK 2\ngtk-icon-theme-name = \"Gtk2\"\n"));
+    EXPECT_EQ(chosen(), QStringLiteral("Gtk2"));
     ASSERT_TRUE(writeFile(config + QStringLiteral("/gtk-3.0/settings.ini"),
-                          "[Settings]\ngtk-icon-theme-name = Papirus-Dark\n"));
-    EXPECT_EQ(desktopIconThemeName(false), QStringLiteral("Papirus-Dark"));
-    qputenv("XDG_CONFIG_HOME", saved);
+                          "[Settings]\ngtk-icon-theme-name = Gtk3\n"));
+    EXPECT_EQ(chosen(), QStringLiteral("Gtk3"));
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/gtk-4.0/settings.ini"),
+                          "[Settings]\ngtk-icon-theme-name=Gtk4\n"));
+    EXPECT_EQ(chosen(), QStringLiteral("Gtk4"));
+    // The settings manager's live value beats every file.
+    EXPECT_EQ(chosen(QStringLiteral("FromX")), QStringLiteral("FromX"));
+
+    // A theme that is named but not installed passes the choice down the chain; so does a
+    // settings "file" that is a folder, and a name that would leave the icon folders.
+    EXPECT_EQ(chosen(QStringLiteral("NotInstalled")), QStringLiteral("Gtk4"));
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/gtk-4.0/settings.ini"),
+                          "[Settings]\ngtk-icon-theme-name=../../etc\n"));
+    EXPECT_EQ(chosen(), QStringLiteral("Gtk3"));
+    ASSERT_TRUE(QFile::remove(config + QStringLiteral("/gtk-3.0/settings.ini")));
+    ASSERT_TRUE(QDir().mkpath(config + QStringLiteral("/gtk-3.0/settings.ini")));
+    EXPECT_EQ(chosen(), QStringLiteral("Gtk2"));
 }
 
 // --- The icon source ----------------------------------------------------------------------------
@@ -148,7 +207,8 @@ protected:
             writeTheme(base(), "Kelp", {"hicolor"}, {{"scalable/apps", 64, "Scalable", 8, 512}}));
         icon("Kelp/scalable/apps/red.svg", kRed);
         source = std::make_unique<FreedesktopIconSource>(
-            QStringLiteral("Kelp"), QStringList{userBase(), base()}, QStringList{pixmaps()}, false);
+            QStringLiteral("Kelp"), QStringList{userBase(), base()}, QStringList{pixmaps()},
+            DesktopThemeHints{{}, false});
     }
     QString entry(const QString &name, const QString &icon)
     {
@@ -204,7 +264,8 @@ TEST_F(IconSourceTest, DesktopEntriesBundlesAndProgramsGetTheirIconOrTheGenericO
 TEST_F(IconSourceTest, WithoutAGenericIconThereIsNoIcon)
 {
     QFile::remove(at("hicolor/48x48/apps/application-x-executable.png"));
-    FreedesktopIconSource bare(QStringLiteral("Kelp"), {base()}, {pixmaps()}, false);
+    FreedesktopIconSource bare(QStringLiteral("Kelp"), {base()}, {pixmaps()},
+                               DesktopThemeHints{{}, false});
     EXPECT_TRUE(bare.iconForFile(entry("Unknown", "no-such-icon"), 32).isNull());
     EXPECT_FALSE(bare.iconForFile(entry("Named", "red"), 32).isNull());
 }
@@ -270,7 +331,8 @@ TEST_F(InstalledThemeTest, AdwaitaAndPapirusResolveRealDesktopEntries)
     ASSERT_TRUE(writeFile(terminal, desktopEntry("Terminal", "utilities-terminal")));
 
     FreedesktopIconSource adwaita(QStringLiteral("Adwaita"), systemBases(),
-                                  IconThemeIndex::defaultPixmapDirs(), false);
+                                  IconThemeIndex::defaultPixmapDirs(),
+                                  DesktopThemeHints{{}, false});
     const IconThemeIndex &a = adwaita.themeIndex();
     EXPECT_EQ(a.searchOrder(), (QStringList{"Adwaita", "hicolor"}));
     EXPECT_EQ(a.lookup(QStringLiteral("utilities-terminal"), 128),
@@ -283,7 +345,8 @@ TEST_F(InstalledThemeTest, AdwaitaAndPapirusResolveRealDesktopEntries)
     }
 
     FreedesktopIconSource papirus(QStringLiteral("Papirus"), systemBases(),
-                                  IconThemeIndex::defaultPixmapDirs(), false);
+                                  IconThemeIndex::defaultPixmapDirs(),
+                                  DesktopThemeHints{{}, false});
     const IconThemeIndex &p = papirus.themeIndex();
     EXPECT_EQ(p.searchOrder().first(), QStringLiteral("Papirus"));
     EXPECT_TRUE(p.searchOrder().contains(QStringLiteral("hicolor")));

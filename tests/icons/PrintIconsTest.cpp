@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 using namespace kelp::test;
 
 TEST(PrintIcons, EveryEntryIsPrintedWithTheColourKeyOfItsIcon)
@@ -45,4 +47,52 @@ TEST(PrintIcons, EveryEntryIsPrintedWithTheColourKeyOfItsIcon)
     EXPECT_GE(redKey, 0.0);
     EXPECT_LT(redKey, 0.1);           // red sorts first
     EXPECT_NEAR(plainKey, 1.0, 0.01); // the white generic icon: the lightest grey
+}
+
+TEST(PrintIcons, WithoutAThemeOfItsOwnKelpDrawsFromTheThemeTheDesktopNames)
+{
+    QTemporaryDir home;
+    ASSERT_TRUE(home.isValid());
+    const QString icons = home.filePath(QStringLiteral("machine/icons"));
+    const QList<ThemeDir> dirs{{QStringLiteral("48x48/apps"), 48, QStringLiteral("Threshold")}};
+    // The app's icon is red in one theme, green in another and blue in hicolor.
+    const std::pair<QString, QColor> themes[] = {{QStringLiteral("KelpRed"), QColor(230, 30, 30)},
+                                                 {QStringLiteral("KelpGreen"), QColor(30, 200, 30)},
+                                                 {QStringLiteral("hicolor"), QColor(30, 30, 230)}};
+    for (const auto &[theme, colour] : themes) {
+        ASSERT_TRUE(writeTheme(icons, theme, {}, dirs));
+        ASSERT_TRUE(writeIcon(icons + u'/' + theme + QStringLiteral("/48x48/apps/kelp-app.png"),
+                              colour, 48));
+    }
+    const QString app = home.filePath(QStringLiteral("machine/applications/app.desktop"));
+    ASSERT_TRUE(writeFile(app, desktopEntry(QStringLiteral("App"), QStringLiteral("kelp-app"))));
+    QProcessEnvironment env = privateHomeEnvironment(home.path());
+    env.insert(QStringLiteral("XDG_CURRENT_DESKTOP"), QStringLiteral("KDE"));
+    env.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
+    const auto colourKey = [&]() {
+        const KelpRun run =
+            runKelp(QStringLiteral(KELP_BINARY),
+                    {QStringLiteral("--print-catalogue"), QStringLiteral("--icons")}, env);
+        EXPECT_EQ(run.status, 0) << run.err.constData();
+        return QJsonDocument::fromJson(run.out)
+            .object()
+            .value(QStringLiteral("apps"))
+            .toObject()
+            .value(app)
+            .toObject()
+            .value(QStringLiteral("colorSortValue"))
+            .toDouble(-1);
+    };
+
+    const double blue = colourKey();
+    const QString config = home.filePath(QStringLiteral("config"));
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/kdeglobals"), "[Icons]\nTheme=KelpGreen\n"));
+    const double green = colourKey();
+    ASSERT_TRUE(writeFile(config + QStringLiteral("/gtk-3.0/settings.ini"),
+                          "[Settings]\ngtk-icon-theme-name=KelpRed\n"));
+    const double red = colourKey();
+    // The spectrum runs red, green, blue: each file changed the icon Kelp drew.
+    EXPECT_GE(red, 0.0);
+    EXPECT_LT(red, green);
+    EXPECT_LT(green, blue);
 }

@@ -10,6 +10,8 @@
 #include <QFileInfo>
 #include <QImageReader>
 
+#include <utility>
+
 namespace kelp {
 namespace {
 
@@ -32,9 +34,8 @@ QString iconNameFromKey(const QString &key)
 } // namespace
 
 FreedesktopIconSource::FreedesktopIconSource(const QString &themeName, const QStringList &baseDirs,
-                                             const QStringList &pixmapDirs, bool useGSettings)
-    : _themeName(themeName), _baseDirs(baseDirs), _pixmapDirs(pixmapDirs),
-      _useGSettings(useGSettings)
+                                             const QStringList &pixmapDirs, DesktopThemeHints hints)
+    : _themeName(themeName), _baseDirs(baseDirs), _pixmapDirs(pixmapDirs), _hints(std::move(hints))
 {}
 
 FreedesktopIconSource::~FreedesktopIconSource() = default;
@@ -44,12 +45,17 @@ const IconThemeIndex &FreedesktopIconSource::themeIndex() const
     std::call_once(_built, [this]() {
         QElapsedTimer timer;
         timer.start();
-        const QString theme =
-            _themeName.isEmpty() ? desktopIconThemeName(_useGSettings) : _themeName;
-        _index = IconThemeIndex::build(
-            theme, _baseDirs.isEmpty() ? IconThemeIndex::defaultBaseDirs() : _baseDirs,
-            _pixmapDirs.isEmpty() ? IconThemeIndex::defaultPixmapDirs() : _pixmapDirs);
-        qCInfo(lcIcons).noquote() << "Icon theme" << theme
+        const QStringList bases =
+            _baseDirs.isEmpty() ? IconThemeIndex::defaultBaseDirs() : _baseDirs;
+        IconThemeChoice theme{_themeName, QStringLiteral("Kelp's settings")};
+        if (theme.name.isEmpty()) theme = desktopIconTheme(_hints, bases);
+        _index = IconThemeIndex::build(theme.name, bases,
+                                       _pixmapDirs.isEmpty() ? IconThemeIndex::defaultPixmapDirs()
+                                                             : _pixmapDirs);
+        qCInfo(lcIcons).noquote() << "Icon theme" << theme.name
+                                  << (theme.source.isEmpty()
+                                          ? QString()
+                                          : QStringLiteral("(from %1)").arg(theme.source))
                                   << "indexed:" << _index->searchOrder().join(QLatin1String(" > "))
                                   << "(" << _index->fileCount() << "files," << timer.elapsed()
                                   << "ms)";

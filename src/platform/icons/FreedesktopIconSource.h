@@ -8,6 +8,7 @@
 // be found or read, gets the theme's generic application icon. The theme index is built once, on
 // the first worker thread that needs it (or ahead of time with prepare()).
 #include "desktop/IconSource.h"
+#include "platform/icons/DesktopIconTheme.h"
 
 #include <QStringList>
 
@@ -21,12 +22,13 @@ class IconThemeIndex;
 class FreedesktopIconSource : public IconSource
 {
 public:
-    // themeName: the theme to use; empty for the desktop's own (see desktopIconThemeName()).
+    // themeName: the theme to use; empty for the desktop's own (see desktopIconTheme()), found
+    // with the hints when the index is built.
     // baseDirs / pixmapDirs: where themes and loose icons live; empty for the standard folders.
     explicit FreedesktopIconSource(const QString &themeName = QString(),
                                    const QStringList &baseDirs = QStringList(),
                                    const QStringList &pixmapDirs = QStringList(),
-                                   bool useGSettings = true);
+                                   DesktopThemeHints hints = {});
     ~FreedesktopIconSource() override;
 
     QImage iconForFile(const QString &path, int pixelSize) const override;
@@ -59,7 +61,7 @@ private:
     QString _themeName;
     QStringList _baseDirs;
     QStringList _pixmapDirs;
-    bool _useGSettings;
+    DesktopThemeHints _hints;
     mutable std::once_flag _built;
     mutable std::shared_ptr<const IconThemeIndex> _index;
 };

@@ -2,12 +2,10 @@
 
 #include "extras/Logging.h"
 #include "platform/gio/GioDesktopEntry.h"
-#include "platform/gio/GioSettings.h"
 
 #include <QDir>
 #include <QFile>
 #include <QSet>
-#include <QStandardPaths>
 
 #include <dirent.h>
 
@@ -76,40 +74,6 @@ template <typename F> void listIconFiles(const QString &folder, F &&f)
         if (iconFileName(entry->d_name, stem, ext)) f(stem, ext);
     }
     closedir(dir);
-}
-
-// A value from a plain "[group] key=value" settings file (the desktop's own files, which GLib's
-// key-file reader does not always accept: KDE writes keys like "foo[$e]").
-QString iniValue(const QString &path, const QString &group, const QString &key)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return {};
-    const QString header = QLatin1Char('[') + group + QLatin1Char(']');
-    bool inGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
-        if (line.startsWith(QLatin1Char('['))) {
-            inGroup = line == header;
-            continue;
-        }
-        if (!inGroup) continue;
-        const qsizetype eq = line.indexOf(QLatin1Char('='));
-        if (eq > 0 && line.left(eq).trimmed() == key) return line.mid(eq + 1).trimmed();
-    }
-    return {};
-}
-
-QString configHome()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation);
-}
-
-QString gsettingsIconTheme()
-{
-    const GLibPtr<GSettings> settings =
-        installedSettings("org.gnome.desktop.interface", "icon-theme");
-    return settings ? takeString(g_settings_get_string(settings.get(), "icon-theme")).trimmed()
-                    : QString();
 }
 
 } // namespace
@@ -350,24 +314,6 @@ QString IconThemeIndex::lookup(const QString &iconName, int pixelSize) const
     if (loose != _loose.constEnd())
         return loose->dir + QLatin1Char('/') + iconName + QLatin1String(kExtensions[loose->ext]);
     return {};
-}
-
-// --- The desktop's theme ----------------------------------------------------------------------
-
-QString desktopIconThemeName(bool useGSettings)
-{
-    if (useGSettings) {
-        const QString theme = gsettingsIconTheme();
-        if (!theme.isEmpty()) return theme;
-    }
-    const QString home = configHome();
-    QString theme = iniValue(home + QStringLiteral("/gtk-3.0/settings.ini"),
-                             QStringLiteral("Settings"), QStringLiteral("gtk-icon-theme-name"));
-    if (!theme.isEmpty()) return theme;
-    theme = iniValue(home + QStringLiteral("/kdeglobals"), QStringLiteral("Icons"),
-                     QStringLiteral("Theme"));
-    if (!theme.isEmpty()) return theme;
-    return QStringLiteral("hicolor");
 }
 
 } // namespace kelp

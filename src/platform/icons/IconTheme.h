@@ -86,10 +86,4 @@ private:
     friend struct IconThemeBuilder;
 };
 
-// The icon theme the desktop uses: GSettings org.gnome.desktop.interface icon-theme (when that
-// schema is installed and useGSettings is set), else gtk-icon-theme-name in
-// $XDG_CONFIG_HOME/gtk-3.0/settings.ini, else [Icons] Theme in $XDG_CONFIG_HOME/kdeglobals, else
-// "hicolor".
-QString desktopIconThemeName(bool useGSettings = true);
-
 } // namespace kelp
