@@ -9,6 +9,7 @@ packages=(
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev xvfb openbox xterm x11-apps
     x11-utils x11-xserver-utils xdotool imagemagick dbus-daemon dbus-bin xsettingsd
+    desktop-file-utils dpkg-dev
     googletest libgtest-dev libbenchmark-dev
     clang-format
 )

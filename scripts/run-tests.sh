@@ -21,6 +21,8 @@ cmake -S . -B build-ci -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELP_WERROR=
 cmake --build build-ci -j"$jobs"
 echo "== Tests"
 QT_QPA_PLATFORM=offscreen ctest --test-dir build-ci --output-on-failure -j"$jobs"
+echo "== Debian package"
+bash scripts/check-package.sh build-ci
 
 echo "== Build with AddressSanitizer and UndefinedBehaviorSanitizer"
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DKELP_WERROR=ON -DKELP_SANITIZE=ON -DKELP_BUILD_BENCH=OFF
