@@ -57,8 +57,9 @@ const IconThemeIndex &FreedesktopIconSource::themeIndex() const
                                           ? QString()
                                           : QStringLiteral("(from %1)").arg(theme.source))
                                   << "indexed:" << _index->searchOrder().join(QLatin1String(" > "))
-                                  << "(" << _index->fileCount() << "files," << timer.elapsed()
-                                  << "ms)";
+                                  << "(" << _index->fileCount() << "files listed,"
+                                  << _index->cachedFolderCount() << "folders from caches,"
+                                  << timer.elapsed() << "ms)";
     });
     return *_index;
 }

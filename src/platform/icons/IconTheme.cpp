@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 #include "platform/gio/GioDesktopEntry.h"
+#include "platform/icons/GtkIconCache.h"
 
 #include <QDir>
 #include <QFile>
@@ -133,6 +134,7 @@ QStringList IconThemeIndex::defaultPixmapDirs()
 struct IconThemeBuilder
 {
     IconThemeIndex &index;
+    bool useCaches;
     QSet<QString> visited;
 
     // Reads the theme's index.theme from the first base folder that has one.
@@ -189,8 +191,30 @@ struct IconThemeBuilder
 
     void listTheme(IconThemeIndex::Theme &theme)
     {
+        // Base folders whose copy of the theme has an up-to-date cache are read from it.
+        QList<bool> list(index._baseDirs.size(), true);
+        if (useCaches) {
+            QStringList subdirs;
+            QHash<QString, qint32> dirIndex;
+            for (qsizetype d = 0; d < theme.dirs.size(); ++d) {
+                subdirs.append(theme.dirs.at(d).subdir);
+                dirIndex.insert(theme.dirs.at(d).subdir, static_cast<qint32>(d));
+            }
+            for (qsizetype b = 0; b < index._baseDirs.size(); ++b) {
+                const QString folder = index._baseDirs.at(b) + QLatin1Char('/') + theme.name;
+                std::shared_ptr<const GtkIconCache> cache = GtkIconCache::open(folder, subdirs);
+                if (!cache) continue;
+                IconThemeIndex::CachedFolder cached{static_cast<quint16>(b), cache, {}};
+                for (const QString &dir : cache->directories())
+                    cached.dirOf.append(dirIndex.value(dir, -1));
+                theme.cached.append(std::move(cached));
+                list[b] = false;
+                ++index._cachedFolderCount;
+            }
+        }
         for (qsizetype d = 0; d < theme.dirs.size(); ++d) {
             for (qsizetype b = 0; b < index._baseDirs.size(); ++b) {
+                if (!list.at(b)) continue;
                 const QString folder = index._baseDirs.at(b) + QLatin1Char('/') + theme.name +
                                        QLatin1Char('/') + theme.dirs.at(d).subdir;
                 listIconFiles(folder, [&](const QString &stem, quint8 ext) {
@@ -244,12 +268,13 @@ struct IconThemeBuilder
 
 std::shared_ptr<const IconThemeIndex> IconThemeIndex::build(const QString &themeName,
                                                             const QStringList &baseDirs,
-                                                            const QStringList &pixmapDirs)
+                                                            const QStringList &pixmapDirs,
+                                                            bool useCaches)
 {
     auto index = std::make_shared<IconThemeIndex>();
     index->_requestedTheme = themeName.isEmpty() ? QStringLiteral("hicolor") : themeName;
     index->_baseDirs = baseDirs.mid(0, 0xffff);
-    IconThemeBuilder builder{*index, {}};
+    IconThemeBuilder builder{*index, useCaches, {}};
     builder.visit(index->_requestedTheme, 0);
     builder.visit(QStringLiteral("hicolor"), 0);
     builder.listLoose(baseDirs + pixmapDirs);
@@ -275,11 +300,37 @@ QString IconThemeIndex::filePath(const Theme &theme, const File &file, const QSt
            QLatin1String(kExtensions[file.ext]);
 }
 
+QList<IconThemeIndex::File> IconThemeIndex::filesInTheme(const Theme &theme,
+                                                         const QString &name) const
+{
+    QList<File> files = theme.icons.value(name);
+    if (theme.cached.isEmpty()) return files;
+    // The cache's suffix flag of each extension, in the order of kExtensions.
+    static constexpr quint16 kSuffixOf[kExtensionCount] = {GtkIconCache::Png, GtkIconCache::Svg,
+                                                           GtkIconCache::Xpm};
+    const QByteArray utf8 = name.toUtf8();
+    for (const CachedFolder &cached : theme.cached) {
+        cached.cache->forEachImage(utf8, [&](quint16 dir, quint16 flags) {
+            const qint32 d = cached.dirOf.value(dir, -1);
+            if (d < 0) return;
+            for (int ext = 0; ext < kExtensionCount; ++ext) {
+                if (flags & kSuffixOf[ext])
+                    files.append({static_cast<quint16>(d), cached.base, static_cast<quint8>(ext)});
+            }
+        });
+    }
+    if (files.size() > 1) {
+        std::stable_sort(files.begin(), files.end(), [](const File &a, const File &b) {
+            return std::tie(a.dir, a.base, a.ext) < std::tie(b.dir, b.base, b.ext);
+        });
+    }
+    return files;
+}
+
 QString IconThemeIndex::lookupInTheme(const Theme &theme, const QString &name, int pixelSize) const
 {
-    const auto found = theme.icons.constFind(name);
-    if (found == theme.icons.constEnd()) return {};
-    const QList<File> &files = *found;
+    const QList<File> files = filesInTheme(theme, name);
+    if (files.isEmpty()) return {};
     for (const File &f : files) {
         if (theme.dirs.at(f.dir).matchesSize(pixelSize)) return filePath(theme, f, name);
     }

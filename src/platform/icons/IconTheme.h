@@ -14,6 +14,8 @@
 
 namespace kelp {
 
+class GtkIconCache;
+
 class IconThemeIndex
 {
 public:
@@ -25,8 +27,12 @@ public:
 
     // Lists the theme `themeName` (hicolor when empty or not installed), its parents and
     // hicolor. Icons directly inside a base folder or a pixmap folder are the last fallback.
-    static std::shared_ptr<const IconThemeIndex>
-    build(const QString &themeName, const QStringList &baseDirs, const QStringList &pixmapDirs);
+    // A theme folder with an up-to-date icon-theme.cache (GtkIconCache.h) is read from the cache
+    // instead of being listed, unless useCaches is off.
+    static std::shared_ptr<const IconThemeIndex> build(const QString &themeName,
+                                                       const QStringList &baseDirs,
+                                                       const QStringList &pixmapDirs,
+                                                       bool useCaches = true);
 
     // The file for an icon name at a size in pixels, or an empty string. Each theme in turn is
     // asked for a picture made for that size; failing that, for a scalable picture; failing
@@ -36,8 +42,10 @@ public:
     // The theme asked for, and the themes searched, in order.
     QString themeName() const { return _requestedTheme; }
     QStringList searchOrder() const;
-    // How many icon files the index holds.
+    // How many icon files were found by listing folders, and how many theme folders were read
+    // from their caches instead.
     qsizetype fileCount() const { return _fileCount; }
+    qsizetype cachedFolderCount() const { return _cachedFolderCount; }
 
     enum class DirType : quint8 { Fixed, Scalable, Threshold };
     struct Dir
@@ -61,12 +69,19 @@ private:
         quint16 base; // index into _baseDirs
         quint8 ext;   // index into the extension list
     };
+    struct CachedFolder
+    {
+        quint16 base; // index into _baseDirs
+        std::shared_ptr<const GtkIconCache> cache;
+        QList<qint32> dirOf; // the cache's folder index -> index into Theme::dirs, or -1
+    };
     struct Theme
     {
         QString name;
         QStringList parents;
         QList<Dir> dirs;
         QHash<QString, QList<File>> icons; // by icon name; in folder, base folder, extension order
+        QList<CachedFolder> cached;        // base folders read from their caches, not listed
     };
     struct LooseFile
     {
@@ -76,12 +91,15 @@ private:
 
     QString filePath(const Theme &theme, const File &file, const QString &name) const;
     QString lookupInTheme(const Theme &theme, const QString &name, int pixelSize) const;
+    // The files named `name` in a theme, listed and cached, in folder, base, extension order.
+    QList<File> filesInTheme(const Theme &theme, const QString &name) const;
 
     QString _requestedTheme;
     QStringList _baseDirs;
     QList<Theme> _themes;             // in search order
     QHash<QString, LooseFile> _loose; // first match per name
     qsizetype _fileCount = 0;
+    qsizetype _cachedFolderCount = 0;
 
     friend struct IconThemeBuilder;
 };

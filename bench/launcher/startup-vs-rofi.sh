@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# Kelp's cold start against rofi's, side by side in one run, on a private X server (Xvfb +
+# openbox): the time from starting the program to its first window mapped, with the same
+# generated desktop entries and the Papirus icon theme for both. Kelp starts from its cached
+# catalogue (one start beforehand writes it); rofi runs `-show drun -show-icons`. The runs
+# alternate, Kelp then rofi, so that a machine that slows down slows both.
+# Usage: bench/launcher/startup-vs-rofi.sh BENCH_BUILD_DIR [ENTRIES] [RUNS]
+set -euo pipefail
+build="${1:?bench build directory (with first-map and kelp)}"
+entries="${2:-600}"
+runs="${3:-7}"
+kelp="$build/src/kelp"
+first_map="$build/bench/launcher/first-map"
+[ -x "$kelp" ] && [ -x "$first_map" ] || { echo "build kelp and first-map in $build" >&2; exit 1; }
+
+work="$(mktemp -d)"
+trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
+mkdir -p "$work/runtime" "$work/data/applications" "$work/config/Kelp" "$work/config/gtk-3.0"
+chmod 700 "$work/runtime"
+icons=(utilities-terminal accessories-calculator accessories-text-editor system-file-manager \
+       web-browser help-browser preferences-system applications-games multimedia-volume-control)
+for i in $(seq 1 "$entries"); do
+    printf '[Desktop Entry]\nType=Application\nName=Application %s\nExec=true\nIcon=%s\n' \
+        "$i" "${icons[$((i % ${#icons[@]}))]}" > "$work/data/applications/app$i.desktop"
+done
+printf '[Settings]\ngtk-icon-theme-name=Papirus\n' > "$work/config/gtk-3.0/settings.ini"
+printf '<?xml version="1.0"?><plist version="1.0"><dict><key>searchDirectories</key><array><dict><key>path</key><string>%s</string></dict></array><key>groupToShowWhenWindowOpens</key><integer>5</integer></dict></plist>' \
+    "$work/data/applications" > "$work/config/Kelp/Kelp.plist"
+
+exec 3< <(Xvfb -displayfd 1 -screen 0 1920x1080x24 -nolisten tcp 2>/dev/null)
+read -r display <&3
+export DISPLAY=":$display" HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data" \
+       XDG_CONFIG_HOME="$work/config" XDG_CACHE_HOME="$work/cache" XDG_DATA_DIRS="$work/data:/usr/share"
+unset QT_QPA_PLATFORM
+openbox --sm-disable >/dev/null 2>&1 &
+sleep 1
+
+# One start to write Kelp's catalogue and name caches, and to warm the disk cache for both.
+"$first_map" --class Kelp --hold 3000 -- "$kelp" > /dev/null
+have_rofi=0
+if command -v rofi > /dev/null; then
+    have_rofi=1
+    "$first_map" --class Rofi --hold 500 -- rofi -show drun -show-icons -icon-theme Papirus > /dev/null
+fi
+
+kelp_times=() rofi_times=()
+for _ in $(seq 1 "$runs"); do
+    kelp_times+=("$("$first_map" --class Kelp --hold 300 -- "$kelp")")
+    [ "$have_rofi" = 1 ] &&
+        rofi_times+=("$("$first_map" --class Rofi --hold 300 -- rofi -show drun -show-icons -icon-theme Papirus)")
+done
+median() { printf '%s\n' "$@" | sort -n | awk '{a[NR]=$1} END {print a[int((NR+1)/2)]}'; }
+k=$(median "${kelp_times[@]}")
+echo "Start to first window mapped, $entries entries, Papirus, median of $runs:"
+echo "  kelp (cached catalogue): $k ms   [${kelp_times[*]}]"
+if [ "$have_rofi" = 1 ]; then
+    r=$(median "${rofi_times[@]}")
+    echo "  rofi -show drun -show-icons: $r ms   [${rofi_times[*]}]"
+    awk -v k="$k" -v r="$r" 'BEGIN {printf "  kelp / rofi: %.2f\n", k / r}'
+else
+    echo "  rofi is not installed: no comparison"
+fi
