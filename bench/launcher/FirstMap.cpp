@@ -81,9 +81,13 @@ int main(int argc, char **argv)
         _exit(127);
     }
     double ms = -1;
-    while (ms < 0) {
+    bool exited = false;
+    while (ms < 0 && !exited) {
+        if (std::chrono::steady_clock::now() - start > std::chrono::seconds(30)) break;
         pollfd p{xcb_get_file_descriptor(c), POLLIN, 0};
-        if (poll(&p, 1, 30000) <= 0) break;
+        poll(&p, 1, 100);
+        // A program that ends without a window ends the wait too.
+        exited = waitpid(child, nullptr, WNOHANG) == child;
         while (xcb_generic_event_t *e = xcb_poll_for_event(c)) {
             if ((e->response_type & 0x7f) == XCB_MAP_NOTIFY && ms < 0) {
                 const auto *map = reinterpret_cast<xcb_map_notify_event_t *>(e);
@@ -96,11 +100,15 @@ int main(int argc, char **argv)
         if (xcb_connection_has_error(c)) break;
     }
     if (holdMs > 0) usleep(static_cast<useconds_t>(holdMs) * 1000);
-    kill(child, SIGTERM);
-    waitpid(child, nullptr, 0);
+    if (!exited) {
+        kill(child, SIGTERM);
+        waitpid(child, nullptr, 0);
+    }
     xcb_disconnect(c);
     if (ms < 0) {
-        std::fputs("first-map: no window of that class was mapped in 30 s\n", stderr);
+        std::fputs("first-map: no window of that class was mapped (in 30 s, or before the program "
+                   "ended)\n",
+                   stderr);
         return 1;
     }
     std::printf("%.1f\n", ms);

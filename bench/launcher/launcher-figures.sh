@@ -10,7 +10,8 @@ kelp="$build/src/kelp"
 [ -x "$kelp" ] || { echo "no $kelp" >&2; exit 1; }
 
 work="$(mktemp -d)"
-trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
+xvfb_pid=
+trap 'kill $(jobs -p) $xvfb_pid 2>/dev/null || true; rm -rf "$work"' EXIT
 mkdir -p "$work/runtime" "$work/data/applications" "$work/config/Kelp"
 chmod 700 "$work/runtime"
 icons=(utilities-terminal accessories-calculator accessories-text-editor system-file-manager \
@@ -22,8 +23,10 @@ done
 printf '<?xml version="1.0"?><plist version="1.0"><dict><key>searchDirectories</key><array><dict><key>path</key><string>%s</string></dict></array><key>groupToShowWhenWindowOpens</key><integer>5</integer></dict></plist>' \
     "$work/data/applications" > "$work/config/Kelp/Kelp.plist"
 
-exec 3< <(Xvfb -displayfd 1 -screen 0 1920x1080x24 -nolisten tcp 2>/dev/null)
-read -r display <&3
+mkfifo "$work/displayfd"
+Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp 3> "$work/displayfd" 2>/dev/null &
+xvfb_pid=$!
+read -r display < "$work/displayfd"
 export DISPLAY=":$display" HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data" \
        XDG_CONFIG_HOME="$work/config" XDG_CACHE_HOME="$work/cache" XDG_DATA_DIRS="/usr/share"
 unset QT_QPA_PLATFORM

@@ -196,7 +196,6 @@ void X11XSettingsWatch::findManager()
 {
     _x->owner = XCB_WINDOW_NONE;
     if (_x->selection == XCB_ATOM_NONE) return;
-    xcb_grab_server(_x->conn); // so the owner cannot vanish between the two requests
     Freed<xcb_get_selection_owner_reply_t> owner(xcb_get_selection_owner_reply(
         _x->conn, xcb_get_selection_owner(_x->conn, _x->selection), nullptr));
     if (owner && owner->owner != XCB_WINDOW_NONE) {
@@ -204,7 +203,8 @@ void X11XSettingsWatch::findManager()
         const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
         xcb_change_window_attributes(_x->conn, _x->owner, XCB_CW_EVENT_MASK, &mask);
     }
-    xcb_ungrab_server(_x->conn);
+    // An owner that went away in between only makes the request fail; its successor announces
+    // itself. (No server grab: a grab held by a process that stops would freeze the display.)
     xcb_flush(_x->conn);
 }
 
