@@ -27,6 +27,11 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
     _windowCloseTimer.setSingleShot(true);
     connect(&_windowCloseTimer, &QTimer::timeout, this,
             &TQController::mainWindowUnusedAndShouldBeHidden);
+    _focusLossTimer.setSingleShot(true);
+    _focusLossTimer.setInterval(kFocusLossGraceMs);
+    connect(&_focusLossTimer, &QTimer::timeout, this, [this]() {
+        if (!_active) applicationWillResignActive();
+    });
     if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         _active = app->applicationState() == Qt::ApplicationActive;
         connect(app, &QGuiApplication::applicationStateChanged, this,
@@ -92,6 +97,9 @@ void TQController::explicitHideMainWindow()
 void TQController::showHideMainWindow()
 {
     const bool visible = mainWindowIsVisible();
+    qCDebug(lcPlatform) << "Show or hide: the panel is" << (visible ? "shown," : "hidden,")
+                        << (isActive() ? "Kelp active," : "Kelp inactive,")
+                        << (_panel.hasBeenMoved() ? "moved" : "in place");
     if (isActive()) {
         if (!visible)
             applicationOpenUntitledFile();
@@ -168,14 +176,19 @@ void TQController::applicationStateChanged(Qt::ApplicationState state)
 {
     const bool active = state == Qt::ApplicationActive;
     if (active == _active) return;
+    qCDebug(lcPlatform) << (active ? "Kelp became active" : "Kelp resigned active")
+                        << "with the panel" << (mainWindowIsVisible() ? "shown" : "hidden");
     if (active) {
+        _focusLossTimer.stop();
         applicationWillBecomeActive();
         _active = true;
         applicationDidBecomeActive();
     } else {
-        applicationWillResignActive();
         _active = false;
         applicationDidResignActive();
+        // Window managers take the focus away for a moment when the panel is hidden and shown
+        // again in quick succession; only a loss that lasts is the user leaving Kelp.
+        _focusLossTimer.start();
     }
 }
 

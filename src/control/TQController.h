@@ -44,6 +44,8 @@ public:
     void startWindowCloseTimerWithTimeInterval(double seconds);
     void cancelWindowCloseTimer();
     bool isWindowCloseTimerPending() const { return _windowCloseTimer.isActive(); }
+    // How long Kelp must stay inactive before that counts as the user leaving it.
+    static constexpr int kFocusLossGraceMs = 100;
     void mainWindowUnusedAndShouldBeHidden();
 
     // --- Application life ---------------------------------------------------------------------
@@ -82,6 +84,7 @@ private:
     TQWindow &_panel;
     Defaults &_defaults;
     QTimer _windowCloseTimer;
+    QTimer _focusLossTimer; // a focus loss counts once it has lasted this long
     QDateTime _didBecomeActiveDate;
     bool _finishedLaunching = false;
     bool _active = false;

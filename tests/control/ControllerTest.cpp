@@ -34,6 +34,10 @@ protected:
         makeCatalogue(std::make_shared<GioAppsOnDisk>(QStringList{}));
         panel = std::make_unique<TQWindow>(*catalogue, *defaults);
         controller = std::make_unique<TQController>(*catalogue, *panel, *defaults);
+        // The tests say when Kelp is active; the offscreen platform's own focus changes would
+        // race with them.
+        QObject::disconnect(qApp, &QGuiApplication::applicationStateChanged, controller.get(),
+                            nullptr);
     }
     void TearDown() override
     {
@@ -98,6 +102,20 @@ TEST_F(Controller, ToggleShowsAndHides)
         << "losing the focus hides a panel that stayed in its place";
 }
 
+TEST_F(Controller, AMomentaryFocusLossDoesNotHideThePanel)
+{
+    controller->applicationStateChanged(Qt::ApplicationActive);
+    controller->applicationDidFinishLaunching();
+    ASSERT_TRUE(controller->mainWindowIsVisible());
+    // Out and back in at once, as a window manager does while the panel is hidden and shown.
+    controller->applicationStateChanged(Qt::ApplicationInactive);
+    controller->applicationStateChanged(Qt::ApplicationActive);
+    QTest::qWait(3 * TQController::kFocusLossGraceMs);
+    EXPECT_TRUE(controller->mainWindowIsVisible());
+    controller->applicationStateChanged(Qt::ApplicationInactive);
+    EXPECT_TRUE(test::waitUntil([&] { return !controller->mainWindowIsVisible(); }, 3000));
+}
+
 TEST_F(Controller, AMovedPanelWaitsBeforeHiding)
 {
     controller->applicationStateChanged(Qt::ApplicationActive);
@@ -105,8 +123,8 @@ TEST_F(Controller, AMovedPanelWaitsBeforeHiding)
     ASSERT_TRUE(controller->mainWindowIsVisible());
     moveAway();
     controller->applicationStateChanged(Qt::ApplicationInactive);
+    EXPECT_TRUE(test::waitUntil([&] { return controller->isWindowCloseTimerPending(); }, 3000));
     EXPECT_TRUE(controller->mainWindowIsVisible());
-    EXPECT_TRUE(controller->isWindowCloseTimerPending());
     controller->applicationStateChanged(Qt::ApplicationActive);
     EXPECT_FALSE(controller->isWindowCloseTimerPending()) << "coming back cancels the timer";
 
