@@ -1,7 +1,9 @@
 // first-map: starts a program and prints the milliseconds until the X server maps its first
 // window of a given class (WM_CLASS), then ends the program. It times launchers from outside, the
 // same way for Kelp and for any other launcher, with nothing in the program's own code.
-//   first-map [--class NAME] [--hold MS] -- COMMAND [ARG...]
+//   first-map [--class NAME] [--hold MS] [--after-exit] -- COMMAND [ARG...]
+// --after-exit keeps waiting when the program ends first: for a client that asks a running
+// program (`kelp --show`) to map its window.
 #include <xcb/xcb.h>
 
 #include <chrono>
@@ -53,15 +55,19 @@ int main(int argc, char **argv)
 {
     std::string wanted;
     int holdMs = 0;
+    bool afterExit = false;
     int i = 1;
     for (; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
         if (!std::strcmp(argv[i], "--class") && i + 1 < argc)
             wanted = argv[++i];
         else if (!std::strcmp(argv[i], "--hold") && i + 1 < argc)
             holdMs = std::atoi(argv[++i]);
+        else if (!std::strcmp(argv[i], "--after-exit"))
+            afterExit = true;
     }
     if (i + 1 >= argc || wanted.empty()) {
-        std::fputs("usage: first-map --class NAME [--hold MS] -- COMMAND [ARG...]\n", stderr);
+        std::fputs("usage: first-map --class NAME [--hold MS] [--after-exit] -- COMMAND [ARG...]\n",
+                   stderr);
         return 2;
     }
     xcb_connection_t *c = xcb_connect(nullptr, nullptr);
@@ -87,7 +93,7 @@ int main(int argc, char **argv)
         pollfd p{xcb_get_file_descriptor(c), POLLIN, 0};
         poll(&p, 1, 100);
         // A program that ends without a window ends the wait too.
-        exited = waitpid(child, nullptr, WNOHANG) == child;
+        if (waitpid(child, nullptr, WNOHANG) == child) exited = !afterExit;
         while (xcb_generic_event_t *e = xcb_poll_for_event(c)) {
             if ((e->response_type & 0x7f) == XCB_MAP_NOTIFY && ms < 0) {
                 const auto *map = reinterpret_cast<xcb_map_notify_event_t *>(e);
@@ -100,7 +106,7 @@ int main(int argc, char **argv)
         if (xcb_connection_has_error(c)) break;
     }
     if (holdMs > 0) usleep(static_cast<useconds_t>(holdMs) * 1000);
-    if (!exited) {
+    if (!exited && kill(child, 0) == 0) {
         kill(child, SIGTERM);
         waitpid(child, nullptr, 0);
     }

@@ -63,3 +63,16 @@ if [ "$have_rofi" = 1 ]; then
 else
     echo "  rofi is not installed: no comparison"
 fi
+
+# A running Kelp shown from a second process: `kelp --show` started to the panel mapped.
+"$kelp" 2> /dev/null &
+kelp_pid=$!
+sleep 3
+show_times=()
+for _ in $(seq 1 "$runs"); do
+    "$kelp" --hide; sleep 0.7
+    show_times+=("$("$first_map" --class Kelp --after-exit -- "$kelp" --show)")
+    sleep 0.3
+done
+"$kelp" --quit; wait "$kelp_pid" || true
+echo "kelp --show to the panel mapped, median of $runs: $(median "${show_times[@]}") ms   [${show_times[*]}]"
