@@ -369,9 +369,7 @@ void TQIconOverlayView::paintEvent(QPaintEvent *)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);
-    p.setCompositionMode(QPainter::CompositionMode_Source);
-    p.fillRect(rect(), Qt::transparent);
-    p.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    // Drawn over the panel's own content: only the label and the filter, nothing cleared.
     drawLabel(p);
     drawFilterString(p);
 }

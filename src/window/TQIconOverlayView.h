@@ -4,8 +4,9 @@
 // Two things: the letters typed to filter the icons, big in the middle of the panel, which fade
 // out half a second after a short pause in typing; and a label beside the icon under the pointer,
 // its name at first and, once the pointer has rested on it for two seconds, its path and version.
-// The overlay draws nothing of the grid and takes no input (its window lets clicks through); it
-// learns everything from the icon view's signals, which the panel forwards in overlay coordinates.
+// The overlay draws nothing of the grid and takes no input (every pointer event passes through it
+// to the views below); it learns everything from the icon view's signals, which the panel forwards
+// in overlay coordinates (the panel's own: the overlay covers the whole panel).
 #include "window/AppVersion.h"
 #include "window/PanelColours.h"
 

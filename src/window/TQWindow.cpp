@@ -142,14 +142,9 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
         Q_EMIT menuRequested(_prefsButton->mapToGlobal(QPoint(0, _prefsButton->height())));
     });
 
-    // The overlay window: over the panel, never taking a click or the focus.
-    _overlayWindow =
-        new QWidget(this, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowTransparentForInput |
-                              Qt::WindowDoesNotAcceptFocus);
-    _overlayWindow->setAttribute(Qt::WA_TranslucentBackground);
-    _overlayWindow->setAttribute(Qt::WA_ShowWithoutActivating);
-    _overlayWindow->setWindowTitle(QStringLiteral("Kelp Overlay"));
-    _overlayView = new TQIconOverlayView(_defaults, _overlayWindow);
+    // The overlay: drawn inside the panel over everything else, never taking a click, a hover or
+    // the keyboard, so that whatever the window manager does the pointer reaches what lies below.
+    _overlayView = new TQIconOverlayView(_defaults, this);
 
     // The icon view's news.
     connect(_iconView, &TQIconView::subviewNeedsResizing, this, &TQWindow::subviewDidResize);
@@ -331,13 +326,14 @@ void TQWindow::lower()
 
 void TQWindow::applyWindowHints()
 {
-    if (!_hints) return;
-    for (QWidget *w : {static_cast<QWidget *>(this), _overlayWindow}) {
-        QWindow *handle = w->windowHandle();
-        if (!handle) continue;
-        _hints->setOnAllDesktops(handle);
-        _hints->setSkipTaskbar(handle, w == _overlayWindow || !_showInTaskbar);
-    }
+    if (!_hints || !windowHandle()) return;
+    _hints->setOnAllDesktops(windowHandle());
+    _hints->setSkipTaskbar(windowHandle(), !_showInTaskbar);
+}
+
+void TQWindow::setOverlayShown(bool shown)
+{
+    _overlayView->setVisible(shown);
 }
 
 void TQWindow::stopFade()
@@ -356,18 +352,14 @@ void TQWindow::fadeInOver(double seconds)
     stopFade();
     if (!isVisible()) {
         setWindowOpacity(0.0);
-        _overlayWindow->setWindowOpacity(0.0);
+        setOverlayShown(false);
         winId();
-        _overlayWindow->winId();
         applyWindowHints();
         QWidget::show();
-        syncOverlayFrame();
-        _overlayWindow->show();
         applyWindowHints();
     }
-    _overlayWindow->show();
     if (windowOpacity() >= 1.0) {
-        _overlayWindow->setWindowOpacity(1.0);
+        setOverlayShown(true);
         return;
     }
     auto *fade = new QVariantAnimation(this);
@@ -379,7 +371,7 @@ void TQWindow::fadeInOver(double seconds)
             [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
         setWindowOpacity(1.0);
-        _overlayWindow->setWindowOpacity(1.0);
+        setOverlayShown(true);
         stopFade();
     });
     _fade = fade;
@@ -390,7 +382,7 @@ void TQWindow::fadeOutOver(double seconds)
 {
     if (!isVisible() || _fadingOut) return;
     stopFade();
-    _overlayWindow->setWindowOpacity(0.0);
+    setOverlayShown(false);
     auto *fade = new QVariantAnimation(this);
     fade->setStartValue(windowOpacity());
     fade->setEndValue(0.0);
@@ -400,7 +392,6 @@ void TQWindow::fadeOutOver(double seconds)
             [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
         stopFade();
-        _overlayWindow->QWidget::hide();
         QWidget::hide();
         setWindowOpacity(1.0); // ready for the next show
     });
@@ -447,7 +438,7 @@ void TQWindow::subviewDidResize()
         frame.adjust(-grow / 2, 0, grow - grow / 2, 0);
         if (isVisible()) frame = panel::constrainedInto(frame, visibleFrame());
     }
-    _overlayWindow->setWindowOpacity(0.0);
+    setOverlayShown(false);
     Q_EMIT windowWillResize();
 
     const bool animate = _useAnimation && isVisible() && frame.size() != size();
@@ -473,7 +464,7 @@ void TQWindow::subviewDidResize()
         iconFade->start(QAbstractAnimation::DeleteWhenStopped);
         setFrame(frame, _lastResizeDuration);
         connect(_frameAnimation, &QAbstractAnimation::finished, this, [this]() {
-            _overlayWindow->setWindowOpacity(1.0);
+            setOverlayShown(true);
             Q_EMIT windowDidResize();
         });
         layoutSubviews();
@@ -481,7 +472,7 @@ void TQWindow::subviewDidResize()
     }
     setFrame(frame, 0);
     layoutSubviews();
-    _overlayWindow->setWindowOpacity(1.0);
+    setOverlayShown(true);
     Q_EMIT windowDidResize();
 }
 
@@ -497,25 +488,14 @@ void TQWindow::layoutSubviews()
     _background->lower();
     _closeButton->move(kButtonInset, kButtonInset);
     _prefsButton->move(width() - kButtonInset - kButtonSide, kButtonInset);
-}
-
-void TQWindow::syncOverlayFrame()
-{
-    _overlayWindow->setGeometry(geometry());
-    _overlayView->setGeometry(_overlayWindow->rect());
-}
-
-void TQWindow::moveEvent(QMoveEvent *event)
-{
-    QWidget::moveEvent(event);
-    syncOverlayFrame();
+    _overlayView->setGeometry(rect());
+    _overlayView->raise();
 }
 
 void TQWindow::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     layoutSubviews();
-    syncOverlayFrame();
 }
 
 void TQWindow::slideOnscreen()

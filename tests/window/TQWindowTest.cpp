@@ -70,7 +70,7 @@ TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
     EXPECT_FALSE(panel->isPanelVisible()); // at once, while it fades
     EXPECT_EQ(defaults->integer("groupShownWhenWindowClosed"), storedGroup(Group::Running));
     ASSERT_TRUE(waitUntil([&] { return !panel->isVisible(); }));
-    EXPECT_FALSE(panel->overlayWindow()->isVisible());
+    EXPECT_FALSE(panel->overlayView()->isVisible());
 
     panel->show();
     EXPECT_EQ(panel->iconView()->groupToShow(), Group::Running);
@@ -131,8 +131,10 @@ TEST_F(Panel, FitsItsIconViewAtOnceWithoutAnimation)
     EXPECT_EQ(panel->lastResizeDuration(), 0.0);
     EXPECT_GE(will.count(), 1);
     EXPECT_EQ(will.count(), did.count());
-    // The overlay window lies exactly over the panel.
-    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+    // The overlay covers the whole panel, yet the pointer finds the icons and the bar below it.
+    EXPECT_EQ(panel->overlayView()->geometry(), panel->rect());
+    EXPECT_EQ(panel->childAt(panel->iconView()->geometry().center()), panel->iconView());
+    EXPECT_EQ(panel->childAt(panel->statsControl()->geometry().center()), panel->statsControl());
     EXPECT_TRUE(screenFrame().contains(panel->geometry()));
 }
 
@@ -160,7 +162,7 @@ TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
 
     ASSERT_TRUE(waitUntil([&] { return panel->size() == target && !panel->isAnimating(); }));
     EXPECT_GE(clock.elapsed(), qint64(expected * 1000) - 50);
-    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+    EXPECT_EQ(panel->overlayView()->geometry(), panel->rect());
 }
 
 TEST_F(Panel, KeysGoToTheBarThenTheGridThenThePanel)
