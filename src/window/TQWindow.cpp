@@ -1,6 +1,7 @@
 #include "window/TQWindow.h"
 
 #include "catalogue/TQAppManager.h"
+#include "desktop/Compositing.h"
 #include "desktop/Desktop.h"
 #include "desktop/WindowHints.h"
 #include "extras/Logging.h"
@@ -110,7 +111,8 @@ private:
 } // namespace
 
 TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
-    : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints)
+    : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints),
+      _compositing(desktop().compositing)
 {
     _isNonActivating = _defaults.value(Key::NonActivatingPanel);
     _showInTaskbar = _defaults.value(Key::ShowIconInDock);
@@ -166,6 +168,12 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
 
     connect(&_defaults, &Defaults::changed, this, &TQWindow::defaultsChanged);
 
+    // A compositor may start or quit at any time, the panel shown or not.
+    if (_compositing)
+        connect(_compositing.get(), &Compositing::activeChanged, this, &TQWindow::setComposited);
+    _composited = !(_compositing && !_compositing->isActive());
+    _background->setOpaque(!_composited);
+
     // Screens that come, go or change their usable area.
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
         watchScreen(screen);
@@ -198,6 +206,31 @@ void TQWindow::updateColours()
     static_cast<PanelButton *>(_closeButton)->setBlack(black);
     static_cast<PanelButton *>(_prefsButton)->setBlack(black);
     _background->updateColours();
+}
+
+// --- Compositing --------------------------------------------------------------------------------
+
+void TQWindow::setComposited(bool composited)
+{
+    if (composited == _composited) return;
+    _composited = composited;
+    qCInfo(lcWindow) << (composited ? "Panel translucent: a compositor blends it"
+                                    : "Panel opaque and shaped: no compositor");
+    _background->setOpaque(!composited);
+    updateShape();
+    update();
+}
+
+// Without a compositor the corners are cut by a shape mask (the X server's Shape extension under
+// X11); with one they are drawn soft and transparent, and no mask is wanted.
+void TQWindow::updateShape()
+{
+    if (_composited) {
+        if (!mask().isEmpty()) clearMask();
+        return;
+    }
+    const QRegion shape = TQBkgndView::shape(size());
+    if (shape != mask()) setMask(shape);
 }
 
 // --- Screens ------------------------------------------------------------------------------------
@@ -496,6 +529,7 @@ void TQWindow::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     layoutSubviews();
+    updateShape();
 }
 
 void TQWindow::slideOnscreen()

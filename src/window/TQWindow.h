@@ -27,6 +27,7 @@ class QVariantAnimation;
 
 namespace kelp {
 
+class Compositing;
 class Defaults;
 class TQAppManager;
 class TQBkgndView;
@@ -86,6 +87,11 @@ public:
 
     void updateColours();
 
+    // Whether a compositor blends the panel with the desktop (assumed without a window system).
+    // Without one the panel is opaque and shaped by a mask, so its corners show the desktop.
+    bool isComposited() const { return _composited; }
+    void setComposited(bool composited);
+
 Q_SIGNALS:
     // The panel lost the keyboard to another application.
     void panelDeactivated();
@@ -116,6 +122,7 @@ private:
     void layoutSubviews();
     // The overlay shows only while the panel is at rest: hidden during fades and resizes.
     void setOverlayShown(bool shown);
+    void updateShape();
     void setFrame(const QRect &frame, double seconds, bool fadeOut = false);
     void fadeInOver(double seconds);
     void fadeOutOver(double seconds);
@@ -128,6 +135,8 @@ private:
     TQAppManager &_catalogue;
     Defaults &_defaults;
     std::shared_ptr<WindowHints> _hints;
+    std::shared_ptr<Compositing> _compositing;
+    bool _composited = true;
     TQBkgndView *_background = nullptr;
     TQIconView *_iconView = nullptr;
     TQStatsControl *_statsControl = nullptr;

@@ -200,3 +200,40 @@ TEST_F(Panel, ButtonsAreBlackOnAClearOrLightPanel)
     EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, Qt::black));
     EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, QColor(20, 60, 120)));
 }
+
+TEST_F(Panel, WithoutACompositorTheBackgroundIsOpaqueAndTheCornersCut)
+{
+    panel->show();
+    ASSERT_TRUE(panel->isComposited()); // assumed where nothing says otherwise
+    EXPECT_TRUE(panel->mask().isEmpty());
+    const QPoint bottomMiddle(panel->width() / 2, panel->height() - 3); // background, no view
+    EXPECT_LT(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+
+    panel->setComposited(false);
+    const auto checkShape = [&] {
+        const QRegion shape = panel->mask();
+        const int w = panel->width(), h = panel->height();
+        EXPECT_EQ(shape.boundingRect(), panel->rect());
+        for (const QPoint corner : {QPoint(0, 0), QPoint(w - 1, 0), QPoint(0, h - 1),
+                                    QPoint(w - 1, h - 1), QPoint(4, 4), QPoint(w - 5, h - 5)})
+            EXPECT_FALSE(shape.contains(corner)) << corner.x() << "," << corner.y();
+        for (const QPoint inside : {QPoint(w / 2, 0), QPoint(0, h / 2), QPoint(w - 1, h / 2),
+                                    QPoint(w / 2, h - 1), QPoint(12, 12), QPoint(w / 2, h / 2)})
+            EXPECT_TRUE(shape.contains(inside)) << inside.x() << "," << inside.y();
+    };
+    checkShape();
+    EXPECT_EQ(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+
+    // The shape follows the panel's size.
+    QStringList more;
+    for (int i = 0; i < 40; ++i)
+        more << QStringLiteral("/more/Tool%1.app").arg(i);
+    setAll({more});
+    catalogue->rebuildDependentApps();
+    panel->iconView()->resizeViewForced(true);
+    checkShape();
+
+    panel->setComposited(true);
+    EXPECT_TRUE(panel->mask().isEmpty());
+    EXPECT_LT(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+}
