@@ -160,6 +160,11 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
             &TQIconView::setGroupToShow);
     connect(_iconView, &TQIconView::filterStringChanged, _overlayView,
             &TQIconOverlayView::filterStringDidChange);
+    connect(_iconView, &TQIconView::filterStringChanged, this, [this](const QString &filter) {
+        // Letters that leave one application (the one Return launches) show it big.
+        const AppList matches = filter.isEmpty() ? AppList() : _iconView->keyFilteredApps1D();
+        _overlayView->setBigIconApp(matches.size() == 1 ? matches.first() : nullptr);
+    });
     connect(_iconView, &TQIconView::selectedAppChanged, this,
             [this](const std::shared_ptr<TQApp> &app, const QRectF &rect) {
                 // Cell rectangles arrive in icon view coordinates; the overlay covers the panel.

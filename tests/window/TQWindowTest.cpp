@@ -237,3 +237,37 @@ TEST_F(Panel, WithoutACompositorTheBackgroundIsOpaqueAndTheCornersCut)
     EXPECT_TRUE(panel->mask().isEmpty());
     EXPECT_LT(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
 }
+
+TEST_F(Panel, LettersThatLeaveOneApplicationShowItBig)
+{
+    defaults->setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::Included));
+    panel->show();
+    TQIconOverlayView *overlay = panel->overlayView();
+
+    QTest::keyClicks(panel.get(), QStringLiteral("app1")); // App1, App10 and App11
+    EXPECT_FALSE(overlay->bigIconApp());
+    EXPECT_FALSE(overlay->isShowingBigIcon());
+    QTest::keyClicks(panel.get(), QStringLiteral("1"));
+    ASSERT_TRUE(overlay->bigIconApp());
+    EXPECT_EQ(overlay->bigIconApp()->path(), QStringLiteral("/apps/App11.app"));
+    EXPECT_TRUE(overlay->isShowingBigIcon());
+
+    // Near the bottom of the panel, the text to the right of the icon and below it.
+    const auto places = overlay->bigIconPlaces();
+    EXPECT_TRUE(QRectF(overlay->rect()).contains(places.icon));
+    EXPECT_EQ(places.icon.size(), QSizeF(64, 64));
+    EXPECT_DOUBLE_EQ(places.icon.bottom(), overlay->height() - 79.0);
+    EXPECT_GT(places.name.x(), places.icon.right());
+    EXPECT_GT(places.name.y(), places.folder.y());
+    EXPECT_GT(places.folder.y(), places.icon.bottom());
+
+    QTest::keyClick(panel.get(), Qt::Key_Backspace);
+    EXPECT_FALSE(overlay->bigIconApp());
+    QTest::keyClicks(panel.get(), QStringLiteral("1"));
+    EXPECT_TRUE(overlay->bigIconApp());
+    // It goes with the filter: cleared, or faded out after the pause.
+    QTest::keyClick(panel.get(), Qt::Key_Escape);
+    EXPECT_FALSE(overlay->bigIconApp());
+    QTest::keyClicks(panel.get(), QStringLiteral("app11"));
+    ASSERT_TRUE(waitUntil([&] { return !overlay->isShowingBigIcon(); }, 5000));
+}
