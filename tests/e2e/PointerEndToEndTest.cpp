@@ -412,3 +412,72 @@ INSTANTIATE_TEST_SUITE_P(Compositing, PointerRobustness, ::testing::Values(false
                          [](const ::testing::TestParamInfo<bool> &) {
                              return std::string("StartingWithout");
                          });
+
+// No window manager at all: an X server of its own with nothing but Kelp on it.
+class PointerWithoutWindowManager : public Pointer
+{
+protected:
+    void SetUp() override
+    {
+        Pointer::SetUp();
+        if (IsSkipped() || HasFatalFailure()) return;
+        const int base = 700 + static_cast<int>(QCoreApplication::applicationPid() % 200) * 2;
+        for (int n = base; n < base + 20 && bareDisplay.isEmpty(); ++n) {
+            const QString candidate = QStringLiteral(":%1").arg(n);
+            bare.start(QStringLiteral("Xvfb"),
+                       {candidate, QStringLiteral("-screen"), QStringLiteral("0"),
+                        QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
+                        QStringLiteral("tcp"), QStringLiteral("-noreset")});
+            bare.waitForStarted();
+            const bool up = waitUntil(
+                [&] {
+                    QTest::qWait(200);
+                    return bare.state() != QProcess::Running ||
+                           (QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
+                            XSession::reachable(candidate));
+                },
+                30000);
+            if (up && bare.state() == QProcess::Running) {
+                bareDisplay = candidate;
+            } else {
+                bare.kill();
+                bare.waitForFinished(3000);
+            }
+        }
+        ASSERT_FALSE(bareDisplay.isEmpty()) << "no second X server";
+        env.insert(QStringLiteral("DISPLAY"), bareDisplay);
+        x(QStringLiteral("xsetroot"), {QStringLiteral("-solid"), kDesktop.name()});
+    }
+    void TearDown() override
+    {
+        Pointer::TearDown();
+        if (bare.state() == QProcess::NotRunning) return;
+        bare.terminate();
+        if (!bare.waitForFinished(3000)) bare.kill();
+        bare.waitForFinished(3000);
+    }
+
+    QProcess bare;
+    QString bareDisplay;
+};
+
+TEST_P(PointerWithoutWindowManager, PanelShowsAndTakesThePointer)
+{
+    startKelp();
+    const QImage before = screen();
+    expectPanelDrawnRight(before, panelRect);
+    moveTo(iconCentre(0));
+    EXPECT_TRUE(waitUntil(
+        [&] { return differingPixels(panelImage(), before.copy(panelRect)) > 100; }, 5000))
+        << "hover shows the label";
+    moveTo(iconCentre(1));
+    QTest::qWait(200);
+    pointer({QStringLiteral("click"), QStringLiteral("1")});
+    EXPECT_TRUE(waitUntil([this] { return mapped(QStringLiteral("zebraclock")); }, 15000))
+        << "a click launches";
+}
+
+INSTANTIATE_TEST_SUITE_P(Compositing, PointerWithoutWindowManager, ::testing::Values(false),
+                         [](const ::testing::TestParamInfo<bool> &) {
+                             return std::string("NoCompositorEither");
+                         });
