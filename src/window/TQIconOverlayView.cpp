@@ -88,6 +88,30 @@ void TQIconOverlayView::updateColours()
     update();
 }
 
+// --- Redisplay ------------------------------------------------------------------------------
+
+// The overlay lies over the whole panel, and whatever it asks to repaint the panel's views below
+// repaint too: only the places where something was drawn or is to be drawn are asked for.
+QRegion TQIconOverlayView::drawnRegion() const
+{
+    QRegion region;
+    if (isShowingFilter()) region += filterBox().toAlignedRect();
+    if (const QRectF label = labelBox(); !label.isEmpty())
+        region += label.toAlignedRect().adjusted(-1, -1, 1, 1);
+    if (isShowingBigIcon()) {
+        const int top = int(std::floor(bigIconPlaces().icon.top()));
+        region += QRect(0, top, width(), height() - top);
+    }
+    return region;
+}
+
+void TQIconOverlayView::redisplay()
+{
+    const QRegion now = drawnRegion();
+    update(_drawn | now);
+    _drawn = now;
+}
+
 // --- Filter ---------------------------------------------------------------------------------
 
 void TQIconOverlayView::filterStringDidChange(const QString &filter, double resetInterval)
@@ -100,7 +124,7 @@ void TQIconOverlayView::filterStringDidChange(const QString &filter, double rese
     } else {
         _filterString.clear();
     }
-    update();
+    redisplay();
 }
 
 bool TQIconOverlayView::isShowingFilter() const
@@ -128,7 +152,7 @@ void TQIconOverlayView::startFilterStringAnimation()
     _fade->setDuration(kFadeDurationMs);
     connect(_fade, &QVariantAnimation::valueChanged, this, [this](const QVariant &v) {
         _fadeOpacity = v.toDouble();
-        update();
+        redisplay();
     });
     connect(_fade, &QVariantAnimation::finished, this,
             &TQIconOverlayView::stopFilterStringAnimation);
@@ -146,7 +170,7 @@ void TQIconOverlayView::stopFilterStringAnimation()
         fade->deleteLater();
     }
     _fadeOpacity = 1.0;
-    update();
+    redisplay();
 }
 
 QString TQIconOverlayView::displayedFilterText() const
@@ -194,7 +218,7 @@ void TQIconOverlayView::setBigIconApp(const std::shared_ptr<TQApp> &app)
 {
     if (_bigIconApp.lock() == app) return;
     _bigIconApp = app;
-    update();
+    redisplay();
 }
 
 bool TQIconOverlayView::isShowingBigIcon() const
@@ -258,7 +282,7 @@ void TQIconOverlayView::drawInfoForApp(const std::shared_ptr<TQApp> &app, const 
     _selectedPath = app ? app->path() : QString();
     _selectedName = app ? app->name() : QString();
     if (app) requestVersion(_selectedPath);
-    update();
+    redisplay();
 }
 
 void TQIconOverlayView::cancelLabelTimer()
@@ -269,7 +293,7 @@ void TQIconOverlayView::cancelLabelTimer()
 void TQIconOverlayView::labelTimerFired()
 {
     _showLongLabel = true;
-    update();
+    redisplay();
 }
 
 // Versions are read off the GUI thread as soon as an icon is selected, so that they are there by
@@ -294,7 +318,7 @@ void TQIconOverlayView::versionRead(const QString &path, const AppVersion &versi
 {
     _versionsPending.remove(path);
     _versions.insert(path, version);
-    if (_showLongLabel && path == _selectedPath) update();
+    if (_showLongLabel && path == _selectedPath) redisplay();
 }
 
 QString TQIconOverlayView::labelText() const

@@ -16,6 +16,7 @@
 #include <QHash>
 #include <QPointer>
 #include <QRectF>
+#include <QRegion>
 #include <QTimer>
 #include <QWidget>
 
@@ -94,6 +95,8 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    QRegion drawnRegion() const;
+    void redisplay();
     void cancelFilterStringTimer();
     void filterStringTimerFired();
     void startFilterStringAnimation();
@@ -111,6 +114,8 @@ private:
     Defaults &_defaults;
     PanelColours _colours;
     QFont _smallFont, _mediumFont, _largeFont, _keyFont;
+
+    QRegion _drawn; // where the last redisplay asked for something to be drawn
 
     QString _filterString;
     QTimer _filterStringTimer;
