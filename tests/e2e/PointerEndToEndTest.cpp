@@ -303,7 +303,7 @@ TEST_P(Pointer, AClickLaunchesTheProgramUnderThePointer)
     EXPECT_TRUE(waitUntil([this] { return !panelMapped(); }, 10000)) << "and the panel went away";
 }
 
-TEST_P(Pointer, RightClickAndMetaClickOpenTheMenu)
+TEST_P(Pointer, RightClickAndMetaClickOpenTheMenuAndTheCloseButtonHides)
 {
     startKelp();
     ASSERT_EQ(kelpWindowsShown(), 1);
@@ -324,6 +324,12 @@ TEST_P(Pointer, RightClickAndMetaClickOpenTheMenu)
     pointer({QStringLiteral("key"), QStringLiteral("Escape")});
     EXPECT_TRUE(waitUntil([this] { return kelpWindowsShown() == 1; }, 5000));
     EXPECT_FALSE(mapped(QStringLiteral("zebraclock"))) << "nothing was launched";
+
+    // The close button, in the rounded top-left corner, hides the panel.
+    moveTo(panelRect.topLeft() + QPoint(20, 20));
+    QTest::qWait(200);
+    pointer({QStringLiteral("click"), QStringLiteral("1")});
+    EXPECT_TRUE(waitUntil([this] { return !panelMapped(); }, 10000)) << "the close button";
 }
 
 TEST_P(Pointer, SwipeAndBarSwitchGroupsAndTheWheelTypesLetters)
