@@ -12,6 +12,8 @@ allowed_desktop_includes=(
     tests/support/XSession.h
     tests/desktop/X11DesktopTest.cpp
     bench/launcher/FirstMap.cpp
+    tests/desktop/CompositingWatchTest.cpp
+    tests/e2e/PointerEndToEndTest.cpp
 )
 
 desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'

@@ -43,8 +43,13 @@ TQIconOverlayView::TQIconOverlayView(Defaults &defaults, QWidget *parent)
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::NoFocus);
 
+    _smallFont = QGuiApplication::font();
+    _smallFont.setPointSizeF(9.0);
     _mediumFont = QGuiApplication::font();
     _mediumFont.setPointSizeF(11.0);
+    _largeFont = QGuiApplication::font();
+    _largeFont.setPointSizeF(16.0);
+    _largeFont.setBold(true);
     _keyFont = QGuiApplication::font();
     _keyFont.setPointSizeF(48.0);
     _keyFont.setBold(true);
@@ -83,6 +88,30 @@ void TQIconOverlayView::updateColours()
     update();
 }
 
+// --- Redisplay ------------------------------------------------------------------------------
+
+// The overlay lies over the whole panel, and whatever it asks to repaint the panel's views below
+// repaint too: only the places where something was drawn or is to be drawn are asked for.
+QRegion TQIconOverlayView::drawnRegion() const
+{
+    QRegion region;
+    if (isShowingFilter()) region += filterBox().toAlignedRect();
+    if (const QRectF label = labelBox(); !label.isEmpty())
+        region += label.toAlignedRect().adjusted(-1, -1, 1, 1);
+    if (isShowingBigIcon()) {
+        const int top = int(std::floor(bigIconPlaces().icon.top()));
+        region += QRect(0, top, width(), height() - top);
+    }
+    return region;
+}
+
+void TQIconOverlayView::redisplay()
+{
+    const QRegion now = drawnRegion();
+    update(_drawn | now);
+    _drawn = now;
+}
+
 // --- Filter ---------------------------------------------------------------------------------
 
 void TQIconOverlayView::filterStringDidChange(const QString &filter, double resetInterval)
@@ -95,7 +124,7 @@ void TQIconOverlayView::filterStringDidChange(const QString &filter, double rese
     } else {
         _filterString.clear();
     }
-    update();
+    redisplay();
 }
 
 bool TQIconOverlayView::isShowingFilter() const
@@ -123,7 +152,7 @@ void TQIconOverlayView::startFilterStringAnimation()
     _fade->setDuration(kFadeDurationMs);
     connect(_fade, &QVariantAnimation::valueChanged, this, [this](const QVariant &v) {
         _fadeOpacity = v.toDouble();
-        update();
+        redisplay();
     });
     connect(_fade, &QVariantAnimation::finished, this,
             &TQIconOverlayView::stopFilterStringAnimation);
@@ -141,7 +170,7 @@ void TQIconOverlayView::stopFilterStringAnimation()
         fade->deleteLater();
     }
     _fadeOpacity = 1.0;
-    update();
+    redisplay();
 }
 
 QString TQIconOverlayView::displayedFilterText() const
@@ -183,6 +212,55 @@ void TQIconOverlayView::drawFilterString(QPainter &p)
     p.restore();
 }
 
+// --- Big icon -------------------------------------------------------------------------------
+
+void TQIconOverlayView::setBigIconApp(const std::shared_ptr<TQApp> &app)
+{
+    if (_bigIconApp.lock() == app) return;
+    _bigIconApp = app;
+    redisplay();
+}
+
+bool TQIconOverlayView::isShowingBigIcon() const
+{
+    return isShowingFilter() && !_bigIconApp.expired();
+}
+
+// Placed from the bottom of the overlay up, at fixed distances: the text's lines 25 and 50 pixels
+// above the bottom edge, the icon above them, its left edge 32 pixels left of the centred 64-pixel
+// column and the text 48 pixels right of it.
+TQIconOverlayView::BigIconPlaces TQIconOverlayView::bigIconPlaces() const
+{
+    const double h = height();
+    const double c = (width() - kBigIconSide) / 2.0;
+    BigIconPlaces places;
+    places.icon = QRectF(c - 32, h - 79 - kBigIconSide, kBigIconSide, kBigIconSide);
+    places.name = QPointF(c + 48, h - 25 - QFontMetricsF(_largeFont).height());
+    places.folder = QPointF(c + 48, h - 50 - QFontMetricsF(_smallFont).height());
+    return places;
+}
+
+void TQIconOverlayView::drawBigIconForApp(QPainter &p, const TQApp &app)
+{
+    const QString path = app.path();
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString folder = slash > 0 ? path.left(slash) : QStringLiteral("/");
+    const QString name = pathWithoutExtension(path).mid(slash + 1);
+    const BigIconPlaces places = bigIconPlaces();
+    p.save();
+    p.setOpacity(_fadeOpacity);
+    p.setPen(_colours.text);
+    p.setFont(_largeFont);
+    p.drawText(QRectF(places.name, QSizeF(width() - places.name.x(), height())),
+               Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, name);
+    p.setFont(_smallFont);
+    p.drawText(QRectF(places.folder, QSizeF(width() - places.folder.x(), height())),
+               Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, folder);
+    p.setRenderHint(QPainter::SmoothPixmapTransform);
+    p.drawImage(places.icon, app.displayIcon());
+    p.restore();
+}
+
 // --- Selected application -------------------------------------------------------------------
 
 void TQIconOverlayView::selectedAppDidChange(const std::shared_ptr<TQApp> &app, const QRectF &rect)
@@ -204,7 +282,7 @@ void TQIconOverlayView::drawInfoForApp(const std::shared_ptr<TQApp> &app, const 
     _selectedPath = app ? app->path() : QString();
     _selectedName = app ? app->name() : QString();
     if (app) requestVersion(_selectedPath);
-    update();
+    redisplay();
 }
 
 void TQIconOverlayView::cancelLabelTimer()
@@ -215,7 +293,7 @@ void TQIconOverlayView::cancelLabelTimer()
 void TQIconOverlayView::labelTimerFired()
 {
     _showLongLabel = true;
-    update();
+    redisplay();
 }
 
 // Versions are read off the GUI thread as soon as an icon is selected, so that they are there by
@@ -240,7 +318,7 @@ void TQIconOverlayView::versionRead(const QString &path, const AppVersion &versi
 {
     _versionsPending.remove(path);
     _versions.insert(path, version);
-    if (_showLongLabel && path == _selectedPath) update();
+    if (_showLongLabel && path == _selectedPath) redisplay();
 }
 
 QString TQIconOverlayView::labelText() const
@@ -369,10 +447,11 @@ void TQIconOverlayView::paintEvent(QPaintEvent *)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);
-    p.setCompositionMode(QPainter::CompositionMode_Source);
-    p.fillRect(rect(), Qt::transparent);
-    p.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    // Drawn over the panel's own content: only the label, the big icon and the filter, nothing
+    // cleared.
     drawLabel(p);
+    if (const std::shared_ptr<TQApp> app = _bigIconApp.lock(); app && isShowingFilter())
+        drawBigIconForApp(p, *app);
     drawFilterString(p);
 }
 

@@ -63,19 +63,28 @@ public:
             return false;
         }
         qputenv("DISPLAY", display.toLatin1());
-        // No key or mouse bindings: openbox grabs every bound key with a round trip each at
-        // start-up, which on a busy machine keeps it from managing windows for seconds.
-        if (!config.isValid() ||
-            !writeFile(config.filePath(QStringLiteral("rc.xml")),
-                       "<?xml version=\"1.0\"?>\n<openbox_config "
-                       "xmlns=\"http://openbox.org/3.4/rc\"><keyboard/><mouse/>"
-                       "<desktops><number>1</number></desktops></openbox_config>\n")) {
-            *why = QStringLiteral("cannot write openbox's settings");
-            return false;
+        if (openboxOwnSettings) {
+            // Openbox as installed: its own theme, bindings and settings (an empty configuration
+            // folder, so it reads the system's rc.xml).
+            QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+            env.insert(QStringLiteral("XDG_CONFIG_HOME"), config.path());
+            openbox.setProcessEnvironment(env);
+            openbox.start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")});
+        } else {
+            // No key or mouse bindings: openbox grabs every bound key with a round trip each at
+            // start-up, which on a busy machine keeps it from managing windows for seconds.
+            if (!config.isValid() ||
+                !writeFile(config.filePath(QStringLiteral("rc.xml")),
+                           "<?xml version=\"1.0\"?>\n<openbox_config "
+                           "xmlns=\"http://openbox.org/3.4/rc\"><keyboard/><mouse/>"
+                           "<desktops><number>1</number></desktops></openbox_config>\n")) {
+                *why = QStringLiteral("cannot write openbox's settings");
+                return false;
+            }
+            openbox.start(QStringLiteral("openbox"),
+                          {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"),
+                           config.filePath(QStringLiteral("rc.xml"))});
         }
-        openbox.start(QStringLiteral("openbox"),
-                      {QStringLiteral("--sm-disable"), QStringLiteral("--config-file"),
-                       config.filePath(QStringLiteral("rc.xml"))});
         openbox.waitForStarted();
         bool ready = false;
         for (int i = 0; i < 150 && !ready && openbox.state() != QProcess::NotRunning; ++i) {
@@ -127,6 +136,8 @@ public:
         return ready;
     }
 
+    // Set before start(): openbox with its normal theme and settings rather than none.
+    bool openboxOwnSettings = false;
     QString display;
     QTemporaryDir config;
     QProcess xvfb;
