@@ -9,6 +9,7 @@ namespace kelp {
 
 class AppLauncher;
 class AppsOnDisk;
+class FileTypeApps;
 class IconSource;
 class LauncherProgress;
 class RunningApplications;
@@ -26,6 +27,7 @@ struct Desktop
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
+    std::shared_ptr<FileTypeApps> fileTypes; // applications by content type (may be null)
 };
 
 // The services in use; empty members until start-up installs them.
