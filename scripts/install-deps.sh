@@ -8,7 +8,7 @@ packages=(
     libplist-dev libglib2.0-dev
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev xvfb openbox xterm x11-apps
-    x11-utils x11-xserver-utils xdotool imagemagick dbus-daemon dbus-bin
+    x11-utils x11-xserver-utils xdotool imagemagick dbus-daemon dbus-bin desktop-file-utils
     googletest libgtest-dev libbenchmark-dev
     clang-format
 )

@@ -266,6 +266,7 @@ private:
     bool _dragWidened = false;         // Ctrl held during the file drop: every capable application
     bool _panelRestorePending = false; // slide back / give the front back once the drag is gone
     DroppableApps _droppable;
+    QList<QUrl> _dragFiles;    // the files of the drag over the view
     QTimer _dragModifierTimer; // reads the modifier keys while files are dragged over the view
     IconGridPainter _painter{*this};
     IconContextMenu _menu;

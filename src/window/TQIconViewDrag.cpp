@@ -142,6 +142,7 @@ void TQIconView::dragEnterEvent(QDragEnterEvent *event)
         return;
     }
     _drag.dropInProgress = true;
+    _dragFiles = files.files;
     QVariantList urls;
     for (const QUrl &url : files.files)
         urls.append(url);
@@ -280,14 +281,15 @@ void TQIconView::performFileDrop(QDropEvent *event)
         event->ignore();
         return;
     }
-    const DroppedFiles files = droppedFilesFrom(*event->mimeData());
-    if (!files.isAccepted()) {
+    // The files as the drag offered them on entering: a source asked again at the drop does not
+    // always answer in time.
+    TQApp::DroppedItems items;
+    for (const QUrl &url : std::as_const(_dragFiles))
+        items.filePaths.append(url.toLocalFile());
+    if (items.filePaths.isEmpty()) {
         event->ignore();
         return;
     }
-    TQApp::DroppedItems items;
-    for (const QUrl &url : files.files)
-        items.filePaths.append(url.toLocalFile());
     event->setDropAction(action);
     event->accept();
     launchApp(app, &items);
@@ -312,6 +314,7 @@ void TQIconView::finishDrag(bool dragIsOver)
     if (_drag.dropInProgress) {
         _drag.dropInProgress = false;
         _drag.droppableApps.clear();
+        _dragFiles.clear();
         _dragModifierTimer.stop();
         DropStack::shared().free();
         _droppable.clear();
