@@ -7,8 +7,8 @@ packages=(
     qt6-base-dev qt6-svg-dev libqt6svg6 qt6-image-formats-plugins
     libplist-dev libglib2.0-dev
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
-    libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev xvfb openbox xterm x11-apps
-    x11-utils x11-xserver-utils xdotool imagemagick dbus-daemon dbus-bin desktop-file-utils
+    libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xfixes0-dev xvfb openbox xterm x11-apps
+    x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin desktop-file-utils
     googletest libgtest-dev libbenchmark-dev
     clang-format
 )

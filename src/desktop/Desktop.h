@@ -9,6 +9,7 @@ namespace kelp {
 
 class AppLauncher;
 class AppsOnDisk;
+class Compositing;
 class FileTypeApps;
 class IconSource;
 class LauncherProgress;
@@ -28,6 +29,7 @@ struct Desktop
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
     std::shared_ptr<FileTypeApps> fileTypes; // applications by content type (may be null)
+    std::shared_ptr<Compositing> compositing; // a compositor arriving or leaving (may be null)
 };
 
 // The services in use; empty members until start-up installs them.

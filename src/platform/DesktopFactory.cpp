@@ -7,6 +7,7 @@
 #include "platform/gio/GioFileTypeApps.h"
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
+#include "platform/x11/X11Compositing.h"
 #include "platform/x11/X11RunningApplications.h"
 #include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
@@ -17,7 +18,8 @@ namespace kelp {
 
 namespace {
 
-// What depends on the window system: running applications, window control and window hints.
+// What depends on the window system: running applications, window control, window hints and the
+// compositor watch.
 void addWindowSystem(Desktop &services, const QString &platformName)
 {
     if (platformName == QLatin1String("xcb")) {
@@ -27,6 +29,8 @@ void addWindowSystem(Desktop &services, const QString &platformName)
             services.windowControl = std::make_shared<X11WindowControl>(running);
             auto hints = std::make_shared<X11WindowHints>();
             if (hints->isConnected()) services.windowHints = hints;
+            auto compositing = std::make_shared<X11Compositing>();
+            if (compositing->isWatching()) services.compositing = compositing;
             return;
         }
     }

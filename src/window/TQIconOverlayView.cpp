@@ -43,8 +43,13 @@ TQIconOverlayView::TQIconOverlayView(Defaults &defaults, QWidget *parent)
     setAttribute(Qt::WA_TranslucentBackground);
     setFocusPolicy(Qt::NoFocus);
 
+    _smallFont = QGuiApplication::font();
+    _smallFont.setPointSizeF(9.0);
     _mediumFont = QGuiApplication::font();
     _mediumFont.setPointSizeF(11.0);
+    _largeFont = QGuiApplication::font();
+    _largeFont.setPointSizeF(16.0);
+    _largeFont.setBold(true);
     _keyFont = QGuiApplication::font();
     _keyFont.setPointSizeF(48.0);
     _keyFont.setBold(true);
@@ -180,6 +185,55 @@ void TQIconOverlayView::drawFilterString(QPainter &p)
     p.setPen(_colours.text);
     p.drawText(pixelAligned(box.adjusted(kFilterInset, kFilterInset, -kFilterInset, -kFilterInset)),
                Qt::AlignCenter, displayedFilterText());
+    p.restore();
+}
+
+// --- Big icon -------------------------------------------------------------------------------
+
+void TQIconOverlayView::setBigIconApp(const std::shared_ptr<TQApp> &app)
+{
+    if (_bigIconApp.lock() == app) return;
+    _bigIconApp = app;
+    update();
+}
+
+bool TQIconOverlayView::isShowingBigIcon() const
+{
+    return isShowingFilter() && !_bigIconApp.expired();
+}
+
+// Placed from the bottom of the overlay up, at fixed distances: the text's lines 25 and 50 pixels
+// above the bottom edge, the icon above them, its left edge 32 pixels left of the centred 64-pixel
+// column and the text 48 pixels right of it.
+TQIconOverlayView::BigIconPlaces TQIconOverlayView::bigIconPlaces() const
+{
+    const double h = height();
+    const double c = (width() - kBigIconSide) / 2.0;
+    BigIconPlaces places;
+    places.icon = QRectF(c - 32, h - 79 - kBigIconSide, kBigIconSide, kBigIconSide);
+    places.name = QPointF(c + 48, h - 25 - QFontMetricsF(_largeFont).height());
+    places.folder = QPointF(c + 48, h - 50 - QFontMetricsF(_smallFont).height());
+    return places;
+}
+
+void TQIconOverlayView::drawBigIconForApp(QPainter &p, const TQApp &app)
+{
+    const QString path = app.path();
+    const qsizetype slash = path.lastIndexOf(u'/');
+    const QString folder = slash > 0 ? path.left(slash) : QStringLiteral("/");
+    const QString name = pathWithoutExtension(path).mid(slash + 1);
+    const BigIconPlaces places = bigIconPlaces();
+    p.save();
+    p.setOpacity(_fadeOpacity);
+    p.setPen(_colours.text);
+    p.setFont(_largeFont);
+    p.drawText(QRectF(places.name, QSizeF(width() - places.name.x(), height())),
+               Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, name);
+    p.setFont(_smallFont);
+    p.drawText(QRectF(places.folder, QSizeF(width() - places.folder.x(), height())),
+               Qt::AlignLeft | Qt::AlignTop | Qt::TextSingleLine, folder);
+    p.setRenderHint(QPainter::SmoothPixmapTransform);
+    p.drawImage(places.icon, app.displayIcon());
     p.restore();
 }
 
@@ -369,10 +423,11 @@ void TQIconOverlayView::paintEvent(QPaintEvent *)
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);
-    p.setCompositionMode(QPainter::CompositionMode_Source);
-    p.fillRect(rect(), Qt::transparent);
-    p.setCompositionMode(QPainter::CompositionMode_SourceOver);
+    // Drawn over the panel's own content: only the label, the big icon and the filter, nothing
+    // cleared.
     drawLabel(p);
+    if (const std::shared_ptr<TQApp> app = _bigIconApp.lock(); app && isShowingFilter())
+        drawBigIconForApp(p, *app);
     drawFilterString(p);
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 // TQIconOverlayView: what the panel shows over its icons for a moment.
 //
-// Two things: the letters typed to filter the icons, big in the middle of the panel, which fade
-// out half a second after a short pause in typing; and a label beside the icon under the pointer,
-// its name at first and, once the pointer has rested on it for two seconds, its path and version.
-// The overlay draws nothing of the grid and takes no input (its window lets clicks through); it
-// learns everything from the icon view's signals, which the panel forwards in overlay coordinates.
+// Three things: the letters typed to filter the icons, big in the middle of the panel, which fade
+// out half a second after a short pause in typing; with them, when the letters leave one
+// application (the one Return launches), that application's big icon, name and folder near the
+// bottom; and a label beside the icon under the pointer, its name at first and, once the pointer
+// has rested on it for two seconds, its path and version.
+// The overlay draws nothing of the grid and takes no input (every pointer event passes through it
+// to the views below); it learns everything from the icon view's signals, which the panel forwards
+// in overlay coordinates (the panel's own: the overlay covers the whole panel).
 #include "window/AppVersion.h"
 #include "window/PanelColours.h"
 
@@ -34,6 +37,7 @@ public:
     static constexpr double kFilterInset = 20.0;     // room kept around the filter text
     static constexpr double kFilterBoxRadius = 24.0; // corner radius of the filter's box
     static constexpr double kCellOutset = 4.0;       // the label keeps this far from the cell
+    static constexpr int kBigIconSide = 64;
 
     enum class Side { Right, Left, Below, Above };
 
@@ -47,6 +51,10 @@ public:
     void selectedAppDidChange(const std::shared_ptr<kelp::TQApp> &app, const QRectF &rect);
     // Shows the label for an application beside a rectangle, or nothing for a null app.
     void drawInfoForApp(const std::shared_ptr<kelp::TQApp> &app, const QRectF &rect);
+    // The application the typed letters leave (null for none or several): its big icon shows with
+    // the filter, and fades with it.
+    void setBigIconApp(const std::shared_ptr<kelp::TQApp> &app);
+    std::shared_ptr<TQApp> bigIconApp() const { return _bigIconApp.lock(); }
 
     void updateColours();
 
@@ -64,6 +72,16 @@ public:
     // The label text in its current form, and the box it is drawn in (empty without a selection).
     QString labelText() const;
     QRectF labelBox() const;
+    // Where the big icon's parts go in an overlay of this size: the icon, and the top-left corners
+    // of the name's and the folder's lines (the icon and the text are not centred together).
+    struct BigIconPlaces
+    {
+        QRectF icon;
+        QPointF name, folder;
+    };
+    BigIconPlaces bigIconPlaces() const;
+    // Whether the big icon is drawn now (an application, and the filter showing).
+    bool isShowingBigIcon() const;
 
     // The order in which the sides of the selected cell are tried for the label.
     static QList<Side> labelSideOrder(int groupOrientation, bool tabletMode, int tabletHandedness);
@@ -88,15 +106,18 @@ private:
     QSizeF labelTextSize(const QString &text) const;
     void drawFilterString(QPainter &p);
     void drawLabel(QPainter &p);
+    void drawBigIconForApp(QPainter &p, const TQApp &app);
 
     Defaults &_defaults;
     PanelColours _colours;
-    QFont _mediumFont, _keyFont;
+    QFont _smallFont, _mediumFont, _largeFont, _keyFont;
 
     QString _filterString;
     QTimer _filterStringTimer;
     QVariantAnimation *_fade = nullptr;
     double _fadeOpacity = 1.0;
+
+    std::weak_ptr<TQApp> _bigIconApp;
 
     std::weak_ptr<TQApp> _selectedApp;
     QString _selectedPath;

@@ -1,6 +1,7 @@
 #include "window/TQWindow.h"
 
 #include "catalogue/TQAppManager.h"
+#include "desktop/Compositing.h"
 #include "desktop/Desktop.h"
 #include "desktop/WindowHints.h"
 #include "extras/Logging.h"
@@ -110,7 +111,8 @@ private:
 } // namespace
 
 TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
-    : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints)
+    : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints),
+      _compositing(desktop().compositing)
 {
     _isNonActivating = _defaults.value(Key::NonActivatingPanel);
     _showInTaskbar = _defaults.value(Key::ShowIconInDock);
@@ -142,14 +144,9 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
         Q_EMIT menuRequested(_prefsButton->mapToGlobal(QPoint(0, _prefsButton->height())));
     });
 
-    // The overlay window: over the panel, never taking a click or the focus.
-    _overlayWindow =
-        new QWidget(this, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowTransparentForInput |
-                              Qt::WindowDoesNotAcceptFocus);
-    _overlayWindow->setAttribute(Qt::WA_TranslucentBackground);
-    _overlayWindow->setAttribute(Qt::WA_ShowWithoutActivating);
-    _overlayWindow->setWindowTitle(QStringLiteral("Kelp Overlay"));
-    _overlayView = new TQIconOverlayView(_defaults, _overlayWindow);
+    // The overlay: drawn inside the panel over everything else, never taking a click, a hover or
+    // the keyboard, so that whatever the window manager does the pointer reaches what lies below.
+    _overlayView = new TQIconOverlayView(_defaults, this);
 
     // The icon view's news.
     connect(_iconView, &TQIconView::subviewNeedsResizing, this, &TQWindow::subviewDidResize);
@@ -169,6 +166,11 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
             &TQIconView::setGroupToShow);
     connect(_iconView, &TQIconView::filterStringChanged, _overlayView,
             &TQIconOverlayView::filterStringDidChange);
+    connect(_iconView, &TQIconView::filterStringChanged, this, [this](const QString &filter) {
+        // Letters that leave one application (the one Return launches) show it big.
+        const AppList matches = filter.isEmpty() ? AppList() : _iconView->keyFilteredApps1D();
+        _overlayView->setBigIconApp(matches.size() == 1 ? matches.first() : nullptr);
+    });
     connect(_iconView, &TQIconView::selectedAppChanged, this,
             [this](const std::shared_ptr<TQApp> &app, const QRectF &rect) {
                 // Cell rectangles arrive in icon view coordinates; the overlay covers the panel.
@@ -176,6 +178,12 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
             });
 
     connect(&_defaults, &Defaults::changed, this, &TQWindow::defaultsChanged);
+
+    // A compositor may start or quit at any time, the panel shown or not.
+    if (_compositing)
+        connect(_compositing.get(), &Compositing::activeChanged, this, &TQWindow::setComposited);
+    _composited = !(_compositing && !_compositing->isActive());
+    _background->setOpaque(!_composited);
 
     // Screens that come, go or change their usable area.
     connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
@@ -209,6 +217,31 @@ void TQWindow::updateColours()
     static_cast<PanelButton *>(_closeButton)->setBlack(black);
     static_cast<PanelButton *>(_prefsButton)->setBlack(black);
     _background->updateColours();
+}
+
+// --- Compositing --------------------------------------------------------------------------------
+
+void TQWindow::setComposited(bool composited)
+{
+    if (composited == _composited) return;
+    _composited = composited;
+    qCInfo(lcWindow) << (composited ? "Panel translucent: a compositor blends it"
+                                    : "Panel opaque and shaped: no compositor");
+    _background->setOpaque(!composited);
+    updateShape();
+    update();
+}
+
+// Without a compositor the corners are cut by a shape mask (the X server's Shape extension under
+// X11); with one they are drawn soft and transparent, and no mask is wanted.
+void TQWindow::updateShape()
+{
+    if (_composited) {
+        if (!mask().isEmpty()) clearMask();
+        return;
+    }
+    const QRegion shape = TQBkgndView::shape(size());
+    if (shape != mask()) setMask(shape);
 }
 
 // --- Screens ------------------------------------------------------------------------------------
@@ -337,13 +370,14 @@ void TQWindow::lower()
 
 void TQWindow::applyWindowHints()
 {
-    if (!_hints) return;
-    for (QWidget *w : {static_cast<QWidget *>(this), _overlayWindow}) {
-        QWindow *handle = w->windowHandle();
-        if (!handle) continue;
-        _hints->setOnAllDesktops(handle);
-        _hints->setSkipTaskbar(handle, w == _overlayWindow || !_showInTaskbar);
-    }
+    if (!_hints || !windowHandle()) return;
+    _hints->setOnAllDesktops(windowHandle());
+    _hints->setSkipTaskbar(windowHandle(), !_showInTaskbar);
+}
+
+void TQWindow::setOverlayShown(bool shown)
+{
+    _overlayView->setVisible(shown);
 }
 
 void TQWindow::stopFade()
@@ -362,18 +396,14 @@ void TQWindow::fadeInOver(double seconds)
     stopFade();
     if (!isVisible()) {
         setWindowOpacity(0.0);
-        _overlayWindow->setWindowOpacity(0.0);
+        setOverlayShown(false);
         winId();
-        _overlayWindow->winId();
         applyWindowHints();
         QWidget::show();
-        syncOverlayFrame();
-        _overlayWindow->show();
         applyWindowHints();
     }
-    _overlayWindow->show();
     if (windowOpacity() >= 1.0) {
-        _overlayWindow->setWindowOpacity(1.0);
+        setOverlayShown(true);
         return;
     }
     auto *fade = new QVariantAnimation(this);
@@ -385,7 +415,7 @@ void TQWindow::fadeInOver(double seconds)
             [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
         setWindowOpacity(1.0);
-        _overlayWindow->setWindowOpacity(1.0);
+        setOverlayShown(true);
         stopFade();
     });
     _fade = fade;
@@ -396,7 +426,7 @@ void TQWindow::fadeOutOver(double seconds)
 {
     if (!isVisible() || _fadingOut) return;
     stopFade();
-    _overlayWindow->setWindowOpacity(0.0);
+    setOverlayShown(false);
     auto *fade = new QVariantAnimation(this);
     fade->setStartValue(windowOpacity());
     fade->setEndValue(0.0);
@@ -406,7 +436,6 @@ void TQWindow::fadeOutOver(double seconds)
             [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
         stopFade();
-        _overlayWindow->QWidget::hide();
         QWidget::hide();
         setWindowOpacity(1.0); // ready for the next show
     });
@@ -453,7 +482,7 @@ void TQWindow::subviewDidResize()
         frame.adjust(-grow / 2, 0, grow - grow / 2, 0);
         if (isVisible()) frame = panel::constrainedInto(frame, visibleFrame());
     }
-    _overlayWindow->setWindowOpacity(0.0);
+    setOverlayShown(false);
     Q_EMIT windowWillResize();
 
     const bool animate = _useAnimation && isVisible() && frame.size() != size();
@@ -479,7 +508,7 @@ void TQWindow::subviewDidResize()
         iconFade->start(QAbstractAnimation::DeleteWhenStopped);
         setFrame(frame, _lastResizeDuration);
         connect(_frameAnimation, &QAbstractAnimation::finished, this, [this]() {
-            _overlayWindow->setWindowOpacity(1.0);
+            setOverlayShown(true);
             Q_EMIT windowDidResize();
         });
         layoutSubviews();
@@ -487,7 +516,7 @@ void TQWindow::subviewDidResize()
     }
     setFrame(frame, 0);
     layoutSubviews();
-    _overlayWindow->setWindowOpacity(1.0);
+    setOverlayShown(true);
     Q_EMIT windowDidResize();
 }
 
@@ -503,25 +532,15 @@ void TQWindow::layoutSubviews()
     _background->lower();
     _closeButton->move(kButtonInset, kButtonInset);
     _prefsButton->move(width() - kButtonInset - kButtonSide, kButtonInset);
-}
-
-void TQWindow::syncOverlayFrame()
-{
-    _overlayWindow->setGeometry(geometry());
-    _overlayView->setGeometry(_overlayWindow->rect());
-}
-
-void TQWindow::moveEvent(QMoveEvent *event)
-{
-    QWidget::moveEvent(event);
-    syncOverlayFrame();
+    _overlayView->setGeometry(rect());
+    _overlayView->raise();
 }
 
 void TQWindow::resizeEvent(QResizeEvent *event)
 {
     QWidget::resizeEvent(event);
     layoutSubviews();
-    syncOverlayFrame();
+    updateShape();
 }
 
 void TQWindow::slideOnscreen()

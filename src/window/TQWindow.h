@@ -3,8 +3,8 @@
 //
 // A frameless, translucent window holding the icon grid (TQIconView), the group selector bar
 // (TQStatsControl), a close button and a gear button, over a rounded background (TQBkgndView).
-// A second window, click-through and without focus, lies exactly over it and holds the overlay
-// (TQIconOverlayView): the typed filter and the selected application's label.
+// The overlay (TQIconOverlayView: the typed filter and the selected application's label) is a child
+// laid over all of it that lets every pointer event through to what lies below.
 //
 // The panel fits itself to its icon view plus fixed margins, opens centred on the screen that
 // holds the pointer, fades in and out, slides back onto a screen when screens change, and tells
@@ -27,6 +27,7 @@ class QVariantAnimation;
 
 namespace kelp {
 
+class Compositing;
 class Defaults;
 class TQAppManager;
 class TQBkgndView;
@@ -65,7 +66,6 @@ public:
     TQIconView *iconView() const { return _iconView; }
     TQStatsControl *statsControl() const { return _statsControl; }
     TQIconOverlayView *overlayView() const { return _overlayView; }
-    QWidget *overlayWindow() const { return _overlayWindow; }
     // The largest icon view that fits the panel's screen (primary screen when it is on none).
     QSize maxIconViewSize() const;
 
@@ -87,6 +87,11 @@ public:
 
     void updateColours();
 
+    // Whether a compositor blends the panel with the desktop (assumed without a window system).
+    // Without one the panel is opaque and shaped by a mask, so its corners show the desktop.
+    bool isComposited() const { return _composited; }
+    void setComposited(bool composited);
+
 Q_SIGNALS:
     // The panel lost the keyboard to another application.
     void panelDeactivated();
@@ -105,7 +110,6 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
-    void moveEvent(QMoveEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
     bool focusNextPrevChild(bool next) override;
@@ -116,7 +120,9 @@ private:
     QScreen *panelScreen() const;
     void centerExactlyOn(QScreen *screen);
     void layoutSubviews();
-    void syncOverlayFrame();
+    // The overlay shows only while the panel is at rest: hidden during fades and resizes.
+    void setOverlayShown(bool shown);
+    void updateShape();
     void setFrame(const QRect &frame, double seconds, bool fadeOut = false);
     void fadeInOver(double seconds);
     void fadeOutOver(double seconds);
@@ -129,12 +135,13 @@ private:
     TQAppManager &_catalogue;
     Defaults &_defaults;
     std::shared_ptr<WindowHints> _hints;
+    std::shared_ptr<Compositing> _compositing;
+    bool _composited = true;
     TQBkgndView *_background = nullptr;
     TQIconView *_iconView = nullptr;
     TQStatsControl *_statsControl = nullptr;
     QAbstractButton *_closeButton = nullptr;
     QAbstractButton *_prefsButton = nullptr;
-    QWidget *_overlayWindow = nullptr;
     TQIconOverlayView *_overlayView = nullptr;
 
     bool _isNonActivating = false;

@@ -49,7 +49,7 @@ const char *const kApps[][2] = {
     {"Steam", "steam"},
 };
 
-// The panel and its overlay window over a backdrop, as the user sees them.
+// The panel (its overlay included) over a backdrop, as the user sees it.
 QImage composite(TQWindow &panel)
 {
     const QSize size = panel.size() + QSize(80, 80);
@@ -60,7 +60,6 @@ QImage composite(TQWindow &panel)
     backdrop.setColorAt(1, QColor(230, 190, 120));
     p.fillRect(image.rect(), backdrop);
     p.drawPixmap(40, 40, panel.grab());
-    p.drawPixmap(40, 40, panel.overlayWindow()->grab());
     return image;
 }
 

@@ -70,7 +70,7 @@ TEST_F(Panel, OpensOnTheChosenGroupAndRemembersTheLastOne)
     EXPECT_FALSE(panel->isPanelVisible()); // at once, while it fades
     EXPECT_EQ(defaults->integer("groupShownWhenWindowClosed"), storedGroup(Group::Running));
     ASSERT_TRUE(waitUntil([&] { return !panel->isVisible(); }));
-    EXPECT_FALSE(panel->overlayWindow()->isVisible());
+    EXPECT_FALSE(panel->overlayView()->isVisible());
 
     panel->show();
     EXPECT_EQ(panel->iconView()->groupToShow(), Group::Running);
@@ -131,8 +131,10 @@ TEST_F(Panel, FitsItsIconViewAtOnceWithoutAnimation)
     EXPECT_EQ(panel->lastResizeDuration(), 0.0);
     EXPECT_GE(will.count(), 1);
     EXPECT_EQ(will.count(), did.count());
-    // The overlay window lies exactly over the panel.
-    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+    // The overlay covers the whole panel, yet the pointer finds the icons and the bar below it.
+    EXPECT_EQ(panel->overlayView()->geometry(), panel->rect());
+    EXPECT_EQ(panel->childAt(panel->iconView()->geometry().center()), panel->iconView());
+    EXPECT_EQ(panel->childAt(panel->statsControl()->geometry().center()), panel->statsControl());
     EXPECT_TRUE(screenFrame().contains(panel->geometry()));
 }
 
@@ -160,7 +162,7 @@ TEST_F(Panel, AnimatedResizeTakesTheTimeItsSizeChangeCalls)
 
     ASSERT_TRUE(waitUntil([&] { return panel->size() == target && !panel->isAnimating(); }));
     EXPECT_GE(clock.elapsed(), qint64(expected * 1000) - 50);
-    EXPECT_EQ(panel->overlayWindow()->geometry(), panel->geometry());
+    EXPECT_EQ(panel->overlayView()->geometry(), panel->rect());
 }
 
 TEST_F(Panel, KeysGoToTheBarThenTheGridThenThePanel)
@@ -197,4 +199,75 @@ TEST_F(Panel, ButtonsAreBlackOnAClearOrLightPanel)
     EXPECT_TRUE(PanelColours::wantsBlackButtons(0.85, QColor(220, 220, 220)));
     EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, Qt::black));
     EXPECT_FALSE(PanelColours::wantsBlackButtons(0.85, QColor(20, 60, 120)));
+}
+
+TEST_F(Panel, WithoutACompositorTheBackgroundIsOpaqueAndTheCornersCut)
+{
+    panel->show();
+    ASSERT_TRUE(panel->isComposited()); // assumed where nothing says otherwise
+    EXPECT_TRUE(panel->mask().isEmpty());
+    const QPoint bottomMiddle(panel->width() / 2, panel->height() - 3); // background, no view
+    EXPECT_LT(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+
+    panel->setComposited(false);
+    const auto checkShape = [&] {
+        const QRegion shape = panel->mask();
+        const int w = panel->width(), h = panel->height();
+        EXPECT_EQ(shape.boundingRect(), panel->rect());
+        for (const QPoint corner : {QPoint(0, 0), QPoint(w - 1, 0), QPoint(0, h - 1),
+                                    QPoint(w - 1, h - 1), QPoint(4, 4), QPoint(w - 5, h - 5)})
+            EXPECT_FALSE(shape.contains(corner)) << corner.x() << "," << corner.y();
+        for (const QPoint inside : {QPoint(w / 2, 0), QPoint(0, h / 2), QPoint(w - 1, h / 2),
+                                    QPoint(w / 2, h - 1), QPoint(12, 12), QPoint(w / 2, h / 2)})
+            EXPECT_TRUE(shape.contains(inside)) << inside.x() << "," << inside.y();
+    };
+    checkShape();
+    EXPECT_EQ(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+
+    // The shape follows the panel's size.
+    QStringList more;
+    for (int i = 0; i < 40; ++i)
+        more << QStringLiteral("/more/Tool%1.app").arg(i);
+    setAll({more});
+    catalogue->rebuildDependentApps();
+    panel->iconView()->resizeViewForced(true);
+    checkShape();
+
+    panel->setComposited(true);
+    EXPECT_TRUE(panel->mask().isEmpty());
+    EXPECT_LT(panel->grab().toImage().pixelColor(bottomMiddle).alpha(), 255);
+}
+
+TEST_F(Panel, LettersThatLeaveOneApplicationShowItBig)
+{
+    defaults->setValue(Key::GroupToShowWhenWindowOpens, storedGroup(Group::Included));
+    panel->show();
+    TQIconOverlayView *overlay = panel->overlayView();
+
+    QTest::keyClicks(panel.get(), QStringLiteral("app1")); // App1, App10 and App11
+    EXPECT_FALSE(overlay->bigIconApp());
+    EXPECT_FALSE(overlay->isShowingBigIcon());
+    QTest::keyClicks(panel.get(), QStringLiteral("1"));
+    ASSERT_TRUE(overlay->bigIconApp());
+    EXPECT_EQ(overlay->bigIconApp()->path(), QStringLiteral("/apps/App11.app"));
+    EXPECT_TRUE(overlay->isShowingBigIcon());
+
+    // Near the bottom of the panel, the text to the right of the icon and below it.
+    const auto places = overlay->bigIconPlaces();
+    EXPECT_TRUE(QRectF(overlay->rect()).contains(places.icon));
+    EXPECT_EQ(places.icon.size(), QSizeF(64, 64));
+    EXPECT_DOUBLE_EQ(places.icon.bottom(), overlay->height() - 79.0);
+    EXPECT_GT(places.name.x(), places.icon.right());
+    EXPECT_GT(places.name.y(), places.folder.y());
+    EXPECT_GT(places.folder.y(), places.icon.bottom());
+
+    QTest::keyClick(panel.get(), Qt::Key_Backspace);
+    EXPECT_FALSE(overlay->bigIconApp());
+    QTest::keyClicks(panel.get(), QStringLiteral("1"));
+    EXPECT_TRUE(overlay->bigIconApp());
+    // It goes with the filter: cleared, or faded out after the pause.
+    QTest::keyClick(panel.get(), Qt::Key_Escape);
+    EXPECT_FALSE(overlay->bigIconApp());
+    QTest::keyClicks(panel.get(), QStringLiteral("app11"));
+    ASSERT_TRUE(waitUntil([&] { return !overlay->isShowingBigIcon(); }, 5000));
 }
