@@ -1,11 +1,13 @@
 // Drags over the icon grid as pure logic: the payload a moved favourite carries, and where a
 // favourite dropped on a point of the laid-out favourites goes.
 #include "window/DragPayload.h"
+#include "window/FileDrop.h"
 #include "window/IconDrag.h"
 
 #include <QCborArray>
 #include <QCborMap>
 #include <QCborValue>
+#include <QMimeData>
 
 #include <gtest/gtest.h>
 
@@ -160,6 +162,40 @@ TEST(FavouriteDrop, TheEmptyFavouritesViewTakesTheFirstBunch)
     const FavouritesView f({}, 2);
     EXPECT_EQ(f.dropAt(QPointF(20, 20), true), (FavouriteDrop{Kind::NewBunch, 0, 0}));
     EXPECT_EQ(f.dropAt(QPointF(20, 20), false).kind, Kind::Refused);
+}
+
+// --- Files offered by another program ---------------------------------------------------------
+
+TEST(DroppedFiles, LocalFilesFromAURLListOrOnePlainTextLine)
+{
+    auto text = [](const char *t) {
+        auto m = std::make_unique<QMimeData>();
+        m->setText(QString::fromUtf8(t));
+        return m;
+    };
+    EXPECT_EQ(droppedFilesFrom(*text("/home/ann/a b.txt")).files,
+              QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/home/ann/a b.txt"))});
+    EXPECT_EQ(droppedFilesFrom(*text(" file:///tmp/x.png\n")).files,
+              QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/x.png"))});
+    EXPECT_FALSE(droppedFilesFrom(*text("https://example.org/")).isAccepted());
+    EXPECT_FALSE(droppedFilesFrom(*text("/a.txt\n/b.txt")).isAccepted()) << "one line only";
+    EXPECT_FALSE(droppedFilesFrom(*text("notes.txt")).isAccepted()) << "a relative name";
+
+    // A list keeps its files and leaves other URLs out; at most kMaxDroppedFiles.
+    QMimeData mixed;
+    mixed.setUrls({QUrl(QStringLiteral("https://example.org/")),
+                   QUrl::fromLocalFile(QStringLiteral("/tmp/b.txt"))});
+    EXPECT_EQ(droppedFilesFrom(mixed).files,
+              QList<QUrl>{QUrl::fromLocalFile(QStringLiteral("/tmp/b.txt"))});
+    QList<QUrl> urls;
+    for (int i = 0; i < kMaxDroppedFiles; ++i)
+        urls << QUrl::fromLocalFile(QStringLiteral("/tmp/%1").arg(i));
+    QMimeData most;
+    most.setUrls(urls);
+    EXPECT_EQ(droppedFilesFrom(most).files.size(), kMaxDroppedFiles);
+    urls << QUrl::fromLocalFile(QStringLiteral("/tmp/one-more"));
+    most.setUrls(urls);
+    EXPECT_FALSE(droppedFilesFrom(most).isAccepted());
 }
 
 } // namespace
