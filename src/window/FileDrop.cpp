@@ -11,6 +11,8 @@
 #include <QPointer>
 #include <QThreadPool>
 
+#include <algorithm>
+
 namespace kelp {
 
 DroppedFiles droppedFilesFrom(const QMimeData &data)
@@ -46,19 +48,33 @@ DroppedFiles droppedFilesFrom(const QMimeData &data)
 
 QSet<const TQApp *> entriesAtPaths(const AppList &candidates, const QStringList &entryPaths)
 {
+    QSet<const TQApp *> out;
+    if (entryPaths.isEmpty()) return out;
     QSet<QString> paths;
     QSet<QString> ids;
+    QSet<QStringView> fileNames; // views into `ids`, which outlives them here
+    paths.reserve(entryPaths.size());
+    ids.reserve(entryPaths.size());
     for (const QString &p : entryPaths) {
         paths.insert(TQApp::standardizePath(p));
-        ids.insert(QFileInfo(p).fileName());
+        ids.insert(desktopIdForPath(p));
     }
-    QSet<const TQApp *> out;
-    if (paths.isEmpty()) return out;
+    // An ID ends with the file's name: only a candidate whose name ends like one of them is asked
+    // for its ID.
+    for (const QString &id : std::as_const(ids))
+        fileNames.insert(QStringView(id).mid(id.lastIndexOf(QLatin1Char('-')) + 1));
     for (const TQAppPtr &app : candidates) {
         const QString &path = app->path();
-        if (paths.contains(path) ||
-            (path.endsWith(QLatin1String(".desktop")) && ids.contains(desktopIdForPath(path))))
+        if (paths.contains(path)) {
             out.insert(app.get());
+            continue;
+        }
+        if (!path.endsWith(QLatin1String(".desktop"))) continue;
+        // The file name's last dash-separated part, as the IDs' tails are taken.
+        const qsizetype cut =
+            std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('-')));
+        const bool nameMatches = fileNames.contains(QStringView(path).mid(cut + 1));
+        if (nameMatches && ids.contains(desktopIdForPath(path))) out.insert(app.get());
     }
     return out;
 }
@@ -122,7 +138,13 @@ QSet<const TQApp *> DroppableApps::appsFor(const AppList &candidates, bool widen
     if (type == _typeOfItem.cend()) return {};
     const auto apps = _appsOfType.constFind(*type);
     if (apps == _appsOfType.cend()) return {};
-    return entriesAtPaths(candidates, widen ? apps->accepting : apps->preferred);
+    // Ctrl pressed and released again asks the same question: the answers are kept for the drag.
+    const QString key = *type + (widen ? QStringLiteral("|all|") : QStringLiteral("|preferred|")) +
+                        QString::number(candidates.size());
+    const auto known = _entriesFor.constFind(key);
+    if (known != _entriesFor.cend()) return *known;
+    return *_entriesFor.insert(
+        key, entriesAtPaths(candidates, widen ? apps->accepting : apps->preferred));
 }
 
 void DroppableApps::clear()
@@ -130,6 +152,7 @@ void DroppableApps::clear()
     _item = QUrl();
     _typeOfItem.clear();
     _appsOfType.clear();
+    _entriesFor.clear();
     _pending.clear();
 }
 

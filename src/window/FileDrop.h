@@ -81,6 +81,7 @@ private:
     QHash<QUrl, QString> _typeOfItem;
     QHash<QString, TypeApps> _appsOfType;
     QSet<QUrl> _pending;
+    mutable QHash<QString, QSet<const TQApp *>> _entriesFor; // by type, Ctrl and candidates
 };
 
 } // namespace kelp

@@ -153,7 +153,7 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     // A drag over the icons needs the whole panel on screen, and the front when Kelp lacked it.
     connect(_iconView, &TQIconView::dragWantsPanelOnscreen, this, [this](bool activate) {
         slideOnscreen();
-        if (activate) activateWindow();
+        if (activate && !_isNonActivating) activateWindow();
     });
     connect(_iconView, &TQIconView::dragReleasedPanel, this, &TQWindow::slideBack);
     connect(_iconView, &TQIconView::groupShownChanged, _statsControl,
