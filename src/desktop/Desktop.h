@@ -28,7 +28,7 @@ struct Desktop
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
-    std::shared_ptr<FileTypeApps> fileTypes; // applications by content type (may be null)
+    std::shared_ptr<FileTypeApps> fileTypes;  // applications by content type (may be null)
     std::shared_ptr<Compositing> compositing; // a compositor arriving or leaving (may be null)
 };
 
