@@ -8,6 +8,7 @@
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 
+#include <QFileInfo>
 #include <QThreadPool>
 
 #include <optional>
@@ -71,8 +72,18 @@ bool TQApp::launchWithPasteboard(const DroppedItems *items)
     QList<QUrl> urls;
     if (items) {
         if (!items->filePaths.isEmpty()) {
-            for (const QString &p : items->filePaths)
-                urls.append(QUrl::fromLocalFile(standardizePath(p)));
+            // Files can go between the drag and the drop: those gone are left out, and with
+            // none left the application is not started.
+            for (const QString &p : items->filePaths) {
+                if (QFileInfo::exists(p)) urls.append(QUrl::fromLocalFile(standardizePath(p)));
+            }
+            if (urls.isEmpty()) {
+                qCInfo(lcCatalogue).noquote()
+                    << QStringLiteral("Not starting %1: the %2 file(s) dropped on it are gone")
+                           .arg(_path)
+                           .arg(items->filePaths.size());
+                return false;
+            }
         } else if (items->url.isValid()) {
             urls.append(items->url);
         }

@@ -10,6 +10,7 @@ namespace kelp {
 class AppLauncher;
 class AppsOnDisk;
 class Compositing;
+class FileTypeApps;
 class IconSource;
 class IconThemes;
 class LauncherProgress;
@@ -30,6 +31,7 @@ struct Desktop
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
+    std::shared_ptr<FileTypeApps> fileTypes;  // applications by content type (may be null)
     std::shared_ptr<Compositing> compositing; // a compositor arriving or leaving (may be null)
 };
 

@@ -4,6 +4,7 @@
 #include "extras/Logging.h"
 #include "platform/gio/GioAppLauncher.h"
 #include "platform/gio/GioAppsOnDisk.h"
+#include "platform/gio/GioFileTypeApps.h"
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/FreedesktopIconThemes.h"
@@ -46,6 +47,7 @@ Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
     Desktop services;
     services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
     services.launcher = std::make_shared<GioAppLauncher>();
+    services.fileTypes = std::make_shared<GioFileTypeApps>();
     addWindowSystem(services, platformName);
     if (options.launcherProgress)
         services.launcherProgress = std::make_shared<GioLauncherProgress>();

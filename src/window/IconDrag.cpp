@@ -2,6 +2,7 @@
 
 #include "catalogue/TQAppManager.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace kelp {
@@ -112,6 +113,25 @@ std::optional<DragMark> bunchEndMark(const IconGridLayout &layout, const Coords 
     const QRectF area = bunches[c.bunch].intersected(layout.marginRects()[c.margin]);
     if (area.isEmpty()) return std::nullopt;
     return DragMark{area, *edge};
+}
+
+FavouriteDrop favouriteDropAt(const IconGridLayout &layout, const Coords &target,
+                              bool favouritesEmpty)
+{
+    using Kind = FavouriteDrop::Kind;
+    auto toIndex = [](std::uint64_t v) {
+        return static_cast<qint64>(std::min<std::uint64_t>(v, Favourites::kAtEnd));
+    };
+    if (target.hasCell() && layout.isValid(target.row, target.col)) {
+        const IconGridLayout::CellInfo &cell = layout.cellAt(target.row, target.col);
+        return {Kind::IntoBunch, toIndex(cell.bunch), toIndex(cell.index)};
+    }
+    if (target.bunch != kNotFound)
+        return {Kind::IntoBunch, toIndex(target.bunch),
+                target.margin == 0 ? 0 : Favourites::kAtEnd};
+    if (target.spacer != kNotFound) return {Kind::NewBunch, 0, toIndex(target.spacer)};
+    if (favouritesEmpty) return {Kind::NewBunch, 0, 0};
+    return {};
 }
 
 } // namespace kelp

@@ -11,6 +11,7 @@
 // The marks of a move, worked out here from the layout and drawn by IconGridPainter: an insertion
 // marker along the edge of the target cell, both edges of the target gap between bunches (or the
 // one edge of a gap at either end), and a triangle at the target end of a bunch.
+#include "catalogue/Favourites.h"
 #include "catalogue/Group.h"
 #include "catalogue/TQApp.h"
 #include "window/IconGridLayout.h"
@@ -72,5 +73,30 @@ std::vector<QLineF> bunchSeparatorLines(const IconGridLayout &layout, std::uint6
 // margin at its start or end (top or bottom for bunches of columns, left or right for bands of
 // rows).
 std::optional<DragMark> bunchEndMark(const IconGridLayout &layout, const Coords &selected);
+
+// Where a favourite dropped on the selection goes, in the terms of the catalogue's moves
+// (TQAppManager::moveApp and moveAppToNewBunch).
+struct FavouriteDrop
+{
+    enum class Kind {
+        IntoBunch, // moveApp(app, group, bunch, index); index kAtEnd: after the bunch's last
+        NewBunch,  // moveAppToNewBunch(app, group, index): a bunch of its own at index
+        Refused,   // nowhere to go: Kelp beeps
+    };
+    Kind kind = Kind::Refused;
+    qint64 bunch = 0;
+    qint64 index = 0;
+
+    friend bool operator==(const FavouriteDrop &, const FavouriteDrop &) = default;
+};
+
+// The move for a drop on target in the laid-out favourites. A cell gives its bunch and index (an
+// empty cell: after the bunch's last). A bunch outside its cells gives its start when the point is
+// in the top margin and its end for any other margin or none, so with bunches as bands of rows
+// the left end also appends. A gap between bunches (or before the first, after the last) makes a
+// new bunch there. Nowhere at all makes the first bunch of an empty favourites view, and is
+// refused when there are favourites.
+FavouriteDrop favouriteDropAt(const IconGridLayout &layout, const Coords &target,
+                              bool favouritesEmpty);
 
 } // namespace kelp

@@ -40,6 +40,10 @@ TQIconView::TQIconView(TQAppManager &catalogue, Defaults &defaults, QWidget *par
     setFocusPolicy(Qt::NoFocus);
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent, false);
+    setAcceptDrops(true);
+    connect(&_droppable, &DroppableApps::changed, this, &TQIconView::refreshDroppableApps);
+    connect(&_dragModifierTimer, &QTimer::timeout, this,
+            [this]() { followDragModifiers(QGuiApplication::queryKeyboardModifiers()); });
 
     connect(&_catalogue, &TQAppManager::progressStep, this, &TQIconView::showProgressStep);
     connect(&_catalogue, &TQAppManager::groupChanged, this, &TQIconView::catalogueGroupChanged);
@@ -415,6 +419,7 @@ void TQIconView::modifierKeysChanged(Qt::KeyboardModifiers modifiers)
     // During a file drop, which applications may take the files depends on Ctrl; the drag code
     // keeps that list, and the view draws from it.
     if (_modifiers.changeRedraws(_groupToShow, _drag.dropInProgress)) update();
+    if (_drag.dropInProgress) followDragModifiers(modifiers);
     updateCursor();
 }
 
@@ -428,6 +433,7 @@ void TQIconView::updateCursor()
 
 void TQIconView::reset()
 {
+    draggingReset();
     _drag = IconDragState();
     _modifiers.reset();
     resetFilterSubstring();
@@ -440,6 +446,7 @@ void TQIconView::reset()
 
 void TQIconView::mouseMoveEvent(QMouseEvent *event)
 {
+    if (mouseDragged(event)) return;
     myMouseMoved(event->position());
     QWidget::mouseMoveEvent(event);
 }

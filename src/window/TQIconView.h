@@ -20,6 +20,8 @@
 // handleCancelOperation, myMouseMoved); the view never takes the keyboard focus itself.
 #include "catalogue/Group.h"
 #include "catalogue/TQApp.h"
+#include "window/DragPayload.h"
+#include "window/FileDrop.h"
 #include "window/IconContextMenu.h"
 #include "window/IconDrag.h"
 #include "window/IconGestures.h"
@@ -30,6 +32,7 @@
 
 #include <QColor>
 #include <QSet>
+#include <QTimer>
 #include <QWidget>
 
 #include <memory>
@@ -161,6 +164,7 @@ public:
     // Scan progress from the catalogue: count below 1 ends the display.
     void showProgressStep(int step, int count, const QString &label);
 
+    // --- Drag and drop (TQIconViewDrag.cpp) -----------------------------------------------------
     // Drag state read by the drawing (the drag-and-drop code sets it).
     const IconDragState &dragState() const { return _drag; }
     void setDragState(const IconDragState &state)
@@ -168,6 +172,20 @@ public:
         _drag = state;
         update();
     }
+    // Favourites can be rearranged in the group shown (8 or 9).
+    bool canMoveInGroupShown() const
+    {
+        return _groupShown == Group::User || _groupShown == Group::User1D;
+    }
+    // During a move, whether the cell under the pointer holds another application than the one
+    // moved.
+    bool dropAllowed() const { return _dropAllowed; }
+    Coords startCoords() const { return _startCoords; }
+    // The view can take a drag now: no dialogue or menu of Kelp's is open.
+    static bool iconViewHasUserFocus();
+    // Ends any drag: a file drop lets the panel slide back and, when Kelp was not active as it
+    // began, gives the front back to the application that had it; a move forgets its payload.
+    void draggingReset();
 
 Q_SIGNALS:
     void subviewNeedsResizing();
@@ -180,6 +198,11 @@ Q_SIGNALS:
     void groupShownChanged(kelp::Group group);
     // An application was launched from the panel; the panel hides without waiting for it.
     void appLaunched(std::shared_ptr<kelp::TQApp> app);
+    // A drag came over the view: the panel slides fully onto its screen (slideOnscreen), and,
+    // when Kelp was not the active application, comes to the front.
+    void dragWantsPanelOnscreen(bool activate);
+    // The drag is over: the panel slides back to where it was (slideBack).
+    void dragReleasedPanel();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
@@ -188,6 +211,10 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void leaveEvent(QEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dragLeaveEvent(QDragLeaveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
 
 private:
     void readLayoutSettings();
@@ -201,6 +228,16 @@ private:
     void setNeedsDisplayForApp(const TQAppPtr &app);
     void sendFilterSubstringNotification();
     bool changeRowOrColumnCount(bool more);
+    // Drag and drop (TQIconViewDrag.cpp).
+    bool mouseDragged(QMouseEvent *event);
+    bool readPayload(const QDropEvent &event);
+    void answerMove(QDragMoveEvent *event);
+    void performMove();
+    void performFileDrop(QDropEvent *event);
+    void followDragModifiers(Qt::KeyboardModifiers held);
+    void refreshDroppableApps();
+    // draggingReset; dragIsOver: dropped or abandoned, the panel is restored wherever the pointer.
+    void finishDrag(bool dragIsOver);
 
     TQAppManager &_catalogue;
     Defaults &_defaults;
@@ -223,6 +260,14 @@ private:
     ModifierKeys _modifiers;
     IconGestures _gestures;
     IconDragState _drag;
+    TQDragPayload _dragPayload;
+    bool _dropAllowed = false;
+    bool _activeWhenDragBegan = true;
+    bool _dragWidened = false;         // Ctrl held during the file drop: every capable application
+    bool _panelRestorePending = false; // slide back / give the front back once the drag is gone
+    DroppableApps _droppable;
+    QList<QUrl> _dragFiles;    // the files of the drag over the view
+    QTimer _dragModifierTimer; // reads the modifier keys while files are dragged over the view
     IconGridPainter _painter{*this};
     IconContextMenu _menu;
 };

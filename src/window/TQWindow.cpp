@@ -150,6 +150,12 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
 
     // The icon view's news.
     connect(_iconView, &TQIconView::subviewNeedsResizing, this, &TQWindow::subviewDidResize);
+    // A drag over the icons needs the whole panel on screen, and the front when Kelp lacked it.
+    connect(_iconView, &TQIconView::dragWantsPanelOnscreen, this, [this](bool activate) {
+        slideOnscreen();
+        if (activate && !_isNonActivating) activateWindow();
+    });
+    connect(_iconView, &TQIconView::dragReleasedPanel, this, &TQWindow::slideBack);
     connect(_iconView, &TQIconView::groupShownChanged, _statsControl,
             &TQStatsControl::selectButtonForGroup);
     connect(_iconView, &TQIconView::selectNextIconGroup, _statsControl,

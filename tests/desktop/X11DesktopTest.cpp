@@ -181,9 +181,14 @@ TEST_F(X11DesktopTest, DroppedFilesAndURLsReachTheProgram)
     const QString urls =
         entry(QStringLiteral("urls.desktop"), "Name=Urls\nExec=" + script.toUtf8() + " %U\n");
 
+    // The files exist: files gone by the time of the launch are left out.
+    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("a b.txt")), "a"));
+    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("c.txt")), "c"));
+    QDir().mkpath(home.filePath(QStringLiteral("sub")));
     TQApp::DroppedItems dropped;
     dropped.filePaths = {home.filePath(QStringLiteral("a b.txt")),
-                         home.filePath(QStringLiteral("sub/../c.txt"))};
+                         home.filePath(QStringLiteral("sub/../c.txt")),
+                         home.filePath(QStringLiteral("gone.txt"))};
     launch(files, &dropped);
     ASSERT_TRUE(waitUntil([&]() { return QFile::exists(out); }));
     EXPECT_EQ(QString::fromUtf8(readFile(out)),
