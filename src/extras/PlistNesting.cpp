@@ -22,6 +22,19 @@ const char *after(const char *at, const char *end, const char *needle)
     return end;
 }
 
+// Whether the character reference at p ("&#0;", "&#x00;") stands for NUL.
+bool nulReference(const char *p, const char *end)
+{
+    if (!startsWith(p, end, "&#")) return false;
+    p += 2;
+    const bool hex = p < end && (*p == 'x' || *p == 'X');
+    if (hex) ++p;
+    const char *digits = p;
+    while (p < end && *p == '0')
+        ++p;
+    return p > digits && p < end && *p == ';';
+}
+
 bool isTextElement(const char *name, size_t length)
 {
     static const char *const kText[] = {"key", "string", "data", "date", "integer", "real"};
@@ -40,8 +53,15 @@ bool xmlWithin(const char *p, const char *end, int maxElements, QString *error)
 {
     int depth = 0;
     bool inText = false;
+    bool inKey = false;
     while (p < end) {
         if (*p != '<') {
+            // libplist stops on a dictionary key holding a NUL character (written as is or as a
+            // character reference) with a failed assertion.
+            if (inKey && (*p == '\0' || (*p == '&' && nulReference(p, end)))) {
+                if (error) *error = QStringLiteral("a dictionary key with a NUL character");
+                return false;
+            }
             ++p;
             continue;
         }
@@ -65,6 +85,7 @@ bool xmlWithin(const char *p, const char *end, int maxElements, QString *error)
         if (startsWith(p, end, "</")) {
             if (depth > 0) --depth;
             inText = false;
+            inKey = false;
             p = close;
             continue;
         }
@@ -86,6 +107,7 @@ bool xmlWithin(const char *p, const char *end, int maxElements, QString *error)
             return false;
         }
         inText = isTextElement(name, length);
+        inKey = length == 3 && std::memcmp(name, "key", 3) == 0;
     }
     return true;
 }
@@ -128,6 +150,7 @@ bool binaryWithin(const QByteArray &bytes, int maxNesting, QString *error)
         quint64 count = 0;
         bool ok = true;
         bool container = false;
+        quint64 keys = 0; // a dictionary's first references are its keys
     };
     auto refsOf = [&](quint64 object) -> Refs {
         const quint64 offset = bigEndian(data + tableAt + object * offsetSize, offsetSize);
@@ -145,12 +168,40 @@ bool binaryWithin(const QByteArray &bytes, int maxNesting, QString *error)
             count = bigEndian(data + at + 1, intSize);
             at += 1 + intSize;
         }
+        quint64 keys = 0;
         if (kind == 0xD) {
             if (count > (tableAt - at) / 2) return {0, 0, false, false};
+            keys = count;
             count *= 2;
         }
         if (count > (tableAt - at) / refSize) return {0, 0, false, false};
-        return {at, count, true, true};
+        return {at, count, true, true, keys};
+    };
+    // Whether a string object used as a key holds a NUL character: libplist stops on such a key
+    // with a failed assertion.
+    auto keyHoldsNul = [&](quint64 object) {
+        const quint64 offset = bigEndian(data + tableAt + object * offsetSize, offsetSize);
+        if (offset >= tableAt) return false; // refused when it is followed
+        const unsigned marker = data[offset];
+        const unsigned kind = marker >> 4;
+        if (kind != 0x5 && kind != 0x6) return false;
+        quint64 length = marker & 0xF;
+        quint64 at = offset + 1;
+        if (length == 0xF) {
+            if (at >= tableAt || (data[at] >> 4) != 0x1) return false;
+            const unsigned intSize = 1u << (data[at] & 0xF);
+            if (intSize > 8 || at + 1 + intSize > tableAt) return false;
+            length = bigEndian(data + at + 1, intSize);
+            at += 1 + intSize;
+        }
+        const quint64 unit = kind == 0x6 ? 2 : 1;
+        if (length > (tableAt - at) / unit) return false;
+        for (quint64 i = 0; i < length; ++i) {
+            if (unit == 1 ? data[at + i] == 0
+                          : (data[at + 2 * i] == 0 && data[at + 2 * i + 1] == 0))
+                return true;
+        }
+        return false;
     };
 
     constexpr int kUnseen = -1;
@@ -184,9 +235,12 @@ bool binaryWithin(const QByteArray &bytes, int maxNesting, QString *error)
             continue;
         }
         const quint64 child = bigEndian(data + top.refs.at + top.next * refSize, refSize);
+        const bool isKey = top.next < top.refs.keys;
         ++top.next;
         if (child >= objects)
             return fail(QStringLiteral("a binary property list with a reference out of range"));
+        if (isKey && keyHoldsNul(child))
+            return fail(QStringLiteral("a dictionary key with a NUL character"));
         const int known = height[child];
         if (known == kOnStack)
             return fail(QStringLiteral("a binary property list whose container holds itself"));

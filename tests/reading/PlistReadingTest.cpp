@@ -103,6 +103,31 @@ TEST(PlistReading, ADocumentWithAValueKelpCannotKeepIsRefusedWhole)
     EXPECT_EQ(plist::fromData(doc + trailer).toList().size(), 2);
 }
 
+TEST(PlistReading, ADictionaryKeyWithANulIsRefusedBeforeLibplistAssertsOnIt)
+{
+    // {"a\0b": "x"} in binary form: libplist aborts on such a key when it is read back.
+    QByteArray doc = "bplist00";
+    doc += QByteArray("\xD1\x01\x02", 3);     // object 0 at 8: a dictionary, key 1, value 2
+    doc += QByteArray("\x53\x61\x00\x62", 4); // object 1 at 11: "a\0b"
+    doc += QByteArray("\x51x", 2);            // object 2 at 15: "x"
+    doc += QByteArray("\x08\x0B\x0F", 3);     // the offset table, at 17
+    QByteArray trailer(32, '\0');
+    trailer[6] = 1;
+    trailer[7] = 1;
+    trailer[15] = 3;
+    trailer[31] = 17;
+    QString why;
+    EXPECT_FALSE(plist::fromData(doc + trailer, &why).isValid());
+    EXPECT_TRUE(why.contains(QStringLiteral("NUL"))) << why.toStdString();
+    doc[13] = 'c';
+    EXPECT_EQ(plist::fromData(doc + trailer).toMap().value(QStringLiteral("acb")),
+              QStringLiteral("x"));
+    EXPECT_FALSE(plist::fromData("<plist><dict><key>a&#x0;b</key><string>x</string></dict></plist>")
+                     .isValid());
+    EXPECT_TRUE(plist::fromData("<plist><dict><key>a&#x30;b</key><string>x</string></dict></plist>")
+                    .isValid());
+}
+
 TEST(PlistReading, OnlyRegularFilesAreRead)
 {
     QTemporaryDir dir;
