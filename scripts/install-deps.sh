@@ -11,6 +11,7 @@ packages=(
     x11-utils x11-xserver-utils xdotool imagemagick dbus-daemon dbus-bin
     googletest libgtest-dev libbenchmark-dev
     clang-format
+    clang libclang-rt-14-dev
 )
 if [ "${1:-}" = "--with-bench" ]; then
     packages+=(nodejs npm)

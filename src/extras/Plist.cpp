@@ -158,6 +158,20 @@ plist_t fromVariant(const QVariant &value, int depth)
     }
 }
 
+FileBytes readResource(const QString &path)
+{
+    FileBytes out;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        out.status = file.exists() ? FileBytes::Unreadable : FileBytes::Missing;
+        out.error = file.errorString();
+        return out;
+    }
+    out.bytes = file.readAll();
+    out.status = FileBytes::Ok;
+    return out;
+}
+
 } // namespace
 
 QVariant fromData(const QByteArray &bytes, QString *error)
@@ -196,7 +210,9 @@ QByteArray toXml(const QVariant &value)
 ReadResult readFile(const QString &path)
 {
     ReadResult result;
-    const FileBytes file = readRegularFile(path);
+    // Kelp's own resources (":/kelp/...") are compiled in, not files.
+    const FileBytes file =
+        path.startsWith(QLatin1Char(':')) ? readResource(path) : readRegularFile(path);
     switch (file.status) {
     case FileBytes::Ok:
         break;

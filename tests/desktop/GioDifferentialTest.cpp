@@ -33,6 +33,7 @@ const QHash<QString, Choice> &choices()
         {QStringLiteral("probe-no-name.desktop"), Choice::NotListed},
         {QStringLiteral("probe-name-spaces.desktop"), Choice::OwnName},
         {QStringLiteral("probe-name-empty-localised.desktop"), Choice::OwnName},
+        {QStringLiteral("probe-name-not-utf8.desktop"), Choice::OwnName},
         {QStringLiteral("probe-icon-upper.desktop"), Choice::OwnIcon},
         {QStringLiteral("probe-icon-relative.desktop"), Choice::OwnIcon},
     };
@@ -64,6 +65,7 @@ struct Listing
 {
     // file path -> {name, icon}
     QHash<QString, std::pair<QString, QString>> shown;
+    QByteArray raw; // the lister's output, for a failure message
 };
 
 class GioDifferentialTest : public ::testing::Test
@@ -73,9 +75,8 @@ protected:
     {
         ASSERT_TRUE(home.isValid());
         corpus = home.filePath(QStringLiteral("corpus"));
-        ASSERT_TRUE(copyTree(qEnvironmentVariable("KELP_SOURCE_DIR") +
-                                 QStringLiteral("/tests/desktop/gio-corpus"),
-                             corpus));
+        ASSERT_TRUE(QFileInfo(QStringLiteral(GIO_CORPUS)).isDir());
+        ASSERT_TRUE(copyTree(QStringLiteral(GIO_CORPUS), corpus));
     }
 
     QProcessEnvironment environment(const QString &desktops, const QString &language) const
@@ -102,6 +103,7 @@ protected:
         const KelpRun run = runKelp(QStringLiteral(GIO_LIST_APPS), {}, env);
         EXPECT_EQ(run.status, 0) << run.err.constData();
         Listing out;
+        out.raw = run.out + run.err;
         const QJsonObject apps = QJsonDocument::fromJson(run.out).object();
         for (auto it = apps.begin(); it != apps.end(); ++it) {
             const QJsonObject app = it.value().toObject();
@@ -151,7 +153,7 @@ TEST_F(GioDifferentialTest, KelpListsNamesAndFindsIconsAsGioDoes)
             const QProcessEnvironment env = environment(desktop, language);
             const Listing byGio = gio(env);
             const Listing byKelp = kelp(env, language);
-            ASSERT_FALSE(byGio.shown.isEmpty());
+            ASSERT_FALSE(byGio.shown.isEmpty()) << byGio.raw.left(2000).constData();
             QSet<QString> files(byGio.shown.keyBegin(), byGio.shown.keyEnd());
             for (auto it = byKelp.shown.keyBegin(); it != byKelp.shown.keyEnd(); ++it)
                 files.insert(*it);
