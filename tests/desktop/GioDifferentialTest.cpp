@@ -2,7 +2,7 @@
 // Debian packages and one-change probes, in three data folders) is read by `kelp
 // --print-catalogue` and by GIO (gio_list_apps) under several desktops and languages. What is
 // listed, which file wins, the localised name and the icon must agree, except for the
-// differences listed in docs/DESKTOP-ENTRIES.md, which are Kelp's choices.
+// differences listed in docs/READING.md, which are Kelp's choices.
 #include "platform/icons/FreedesktopIconSource.h"
 
 #include "support/TestSupport.h"
@@ -21,7 +21,7 @@
 namespace kelp::test {
 namespace {
 
-// The corpus entries where Kelp knowingly differs from GIO, and how (docs/DESKTOP-ENTRIES.md).
+// The corpus entries where Kelp knowingly differs from GIO, and how (docs/READING.md).
 enum class Choice { NotListed, OwnName, OwnIcon };
 const QHash<QString, Choice> &choices()
 {
