@@ -86,6 +86,31 @@ TEST_F(CatalogueReading, CatalogueFilesNamingAFifoNeitherHangNorLoseTheRest)
     }
 }
 
+TEST_F(CatalogueReading, PropertyListsNestedTooDeeplyAreKeptAsideOrIgnoredNeverCrash)
+{
+    const QByteArray bomb = "<plist>" + QByteArray("<array>").repeated(100000) +
+                            QByteArray("</array>").repeated(100000) + "</plist>";
+    const QString apps = path(QStringLiteral("data/applications"));
+    ASSERT_TRUE(writeFile(apps + QStringLiteral("/real.desktop"), entry("Real")));
+    // A bundle's Info.plist, the administrator's exclusions and the user's favourites.
+    ASSERT_TRUE(writeFile(apps + QStringLiteral("/Deep.app/Contents/Info.plist"), bomb));
+    const QString machine = path(QStringLiteral("machine/Kelp/ExcludedApplications.plist"));
+    ASSERT_TRUE(writeFile(machine, bomb));
+    const QString favourites = path(QStringLiteral("data/Kelp/UserApplications.plist"));
+    ASSERT_TRUE(writeFile(favourites, bomb));
+    const QJsonObject report =
+        printCatalogue({QStringLiteral("--rescan"), QStringLiteral("--icons")});
+    EXPECT_TRUE(report.value(QStringLiteral("apps"))
+                    .toObject()
+                    .contains(apps + QStringLiteral("/Deep.app")));
+    // The user's file is kept aside as it was; the administrator's is left alone.
+    const QStringList aside = QDir(path(QStringLiteral("data/Kelp")))
+                                  .entryList({QStringLiteral("UserApplications.plist.corrupt-*")});
+    ASSERT_EQ(aside.size(), 1);
+    EXPECT_EQ(readFile(path(QStringLiteral("data/Kelp/")) + aside.first()), bomb);
+    EXPECT_EQ(readFile(machine), bomb);
+}
+
 TEST_F(CatalogueReading, NamesCachedInAnotherLanguageAreReadAgain)
 {
     const QString file = path(QStringLiteral("data/applications/lang.desktop"));
