@@ -40,7 +40,10 @@ bool programExists(const char *program)
 // unless it has an OnlyShowIn key at all (an empty OnlyShowIn shows it nowhere).
 bool shownOn(GKeyFile *kf, const QStringList &currentDesktops)
 {
-    const bool hasOnly = g_key_file_has_key(kf, kDesktopEntryGroup, "OnlyShowIn", nullptr);
+    // A list GLib cannot read (not UTF-8) counts as no list, as it does for GIO.
+    const GLibPtr<gchar *> onlyList(
+        g_key_file_get_string_list(kf, kDesktopEntryGroup, "OnlyShowIn", nullptr, nullptr));
+    const bool hasOnly = onlyList != nullptr;
     const QStringList onlyShowIn = listKey(kf, "OnlyShowIn");
     const QStringList notShowIn = listKey(kf, "NotShowIn");
     for (const QString &desktop : currentDesktops) {
