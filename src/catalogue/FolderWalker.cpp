@@ -185,9 +185,12 @@ QStringList FolderWalker::foldersToWatch(const QStringList &roots, int maxDepth)
             visit(folder + QLatin1Char('/') + sub, depth + 1);
         }
     };
+    // Each root is listed to its own depth, even below a folder another root reached at its limit.
     for (const QString &root : roots) {
+        visited.clear();
         if (isUsablePath(root)) visit(TQApp::standardizePath(root), 1);
     }
+    out.removeDuplicates();
     return out;
 }
 
