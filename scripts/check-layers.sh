@@ -7,13 +7,15 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 # Test harness code that drives a real X server itself (starting Xvfb, making windows without
-# Kelp's help) may talk to it directly.
+# Kelp's help) may talk to it directly, and so may the GIO lister the differential test compares
+# Kelp with.
 allowed_desktop_includes=(
     tests/support/XSession.h
     tests/desktop/X11DesktopTest.cpp
     bench/launcher/FirstMap.cpp
     tests/desktop/CompositingWatchTest.cpp
     tests/e2e/PointerEndToEndTest.cpp
+    tests/desktop/GioListApps.cpp
 )
 
 desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'

@@ -12,6 +12,7 @@ packages=(
     desktop-file-utils dpkg-dev
     googletest libgtest-dev libbenchmark-dev
     clang-format
+    clang libclang-rt-14-dev
 )
 if [ "${1:-}" = "--with-bench" ]; then
     packages+=(nodejs npm)

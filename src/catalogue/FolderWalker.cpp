@@ -2,14 +2,58 @@
 
 #include "catalogue/TQApp.h"
 #include "extras/Logging.h"
+#include "extras/RegularFile.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 
 namespace kelp {
+namespace {
+
+// The kernel's own file systems: no application lives there, and their links (/proc/*/cwd,
+// /proc/*/root) lead back into the whole tree.
+bool onKernelFileSystem(const QByteArray &native)
+{
+    struct statfs fs
+    {
+    };
+    if (::statfs(native.constData(), &fs) != 0) return false;
+    switch (fs.f_type) {
+    case PROC_SUPER_MAGIC:
+    case SYSFS_MAGIC:
+    case DEBUGFS_MAGIC:
+    case TRACEFS_MAGIC:
+    case SECURITYFS_MAGIC:
+    case CGROUP_SUPER_MAGIC:
+    case CGROUP2_SUPER_MAGIC:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// The folder's identity (device and inode, links followed), or nothing when it is not a folder
+// Kelp may enter.
+std::optional<FolderWalker::FolderId> folderId(const QString &folder)
+{
+    const QByteArray native = QFile::encodeName(folder);
+    struct stat st
+    {
+    };
+    if (::stat(native.constData(), &st) != 0 || !S_ISDIR(st.st_mode)) return std::nullopt;
+    if (onKernelFileSystem(native)) {
+        qCDebug(lcCatalogue) << "Not entering" << folder << ": it belongs to the kernel";
+        return std::nullopt;
+    }
+    return FolderWalker::FolderId{static_cast<quint64>(st.st_dev), static_cast<quint64>(st.st_ino)};
+}
+
+} // namespace
 
 QString desktopIdForPath(const QString &path)
 {
@@ -49,9 +93,14 @@ WalkResult FolderWalker::walk()
         if (_cancel && _cancel->load()) break;
         const QString &folder = _scanFolders.at(i);
         if (_progress) _progress(i + 1, count, folder);
+        if (!isUsablePath(folder)) {
+            qCWarning(lcCatalogue) << "Not walking the scan folder" << folder
+                                   << ": its path is empty or holds a NUL byte";
+            continue;
+        }
         QList<FoundApp> found;
         _depth = 0;
-        _descent.clear();
+        _visited.clear();
         walkFolder(folder, found, result);
         if (!found.isEmpty()) result.perFolder.append(found);
     }
@@ -60,17 +109,17 @@ WalkResult FolderWalker::walk()
 
 void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, WalkResult &result)
 {
-    ++_depth;
     const QString folder = TQApp::standardizePath(folderPath);
-    const QString canonical = QFileInfo(folder).canonicalFilePath();
-    if (canonical.isEmpty() || _descent.contains(canonical)) {
-        if (!canonical.isEmpty())
-            qCDebug(lcCatalogue) << "Not entering" << folder << "again: it leads back to"
-                                 << canonical;
-        --_depth;
+    // Each folder is listed once per scan folder, however many links lead to it: a link loop or a
+    // link back up the tree ends here.
+    const std::optional<FolderId> id = folderId(folder);
+    if (!id) return;
+    if (_visited.contains(*id)) {
+        qCDebug(lcCatalogue) << "Not entering" << folder << "again";
         return;
     }
-    _descent.append(canonical);
+    _visited.insert(*id);
+    ++_depth;
     result.listedFolders.append(folder);
 
     QDir dir(folder);
@@ -114,7 +163,6 @@ void FolderWalker::walkFolder(const QString &folderPath, QList<FoundApp> &into, 
             break;
         }
     }
-    _descent.removeLast();
     --_depth;
 }
 
@@ -122,26 +170,25 @@ QStringList FolderWalker::foldersToWatch(const QStringList &roots, int maxDepth)
 {
     QStringList out;
     const int limit = clampDepth(maxDepth);
-    std::function<void(const QString &, int, QStringList &)> visit = [&](const QString &folder,
-                                                                         int depth,
-                                                                         QStringList &descent) {
-        const QString canonical = QFileInfo(folder).canonicalFilePath();
-        if (canonical.isEmpty() || descent.contains(canonical)) return;
+    QSet<FolderId> visited;
+    std::function<void(const QString &, int)> visit = [&](const QString &folder, int depth) {
+        const std::optional<FolderId> id = folderId(folder);
+        if (!id || visited.contains(*id)) return;
+        visited.insert(*id);
         out.append(folder);
         if (depth >= limit) return;
-        descent.append(canonical);
         const QStringList subs =
             QDir(folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
         for (const QString &sub : subs) {
             if (sub.endsWith(QLatin1String(".framework")) || sub.endsWith(QLatin1String(".app")))
                 continue;
-            visit(folder + QLatin1Char('/') + sub, depth + 1, descent);
+            visit(folder + QLatin1Char('/') + sub, depth + 1);
         }
-        descent.removeLast();
     };
+    // Each root is listed to its own depth, even below a folder another root reached at its limit.
     for (const QString &root : roots) {
-        QStringList descent;
-        visit(TQApp::standardizePath(root), 1, descent);
+        visited.clear();
+        if (isUsablePath(root)) visit(TQApp::standardizePath(root), 1);
     }
     out.removeDuplicates();
     return out;

@@ -4,7 +4,9 @@
 // Lists each scan folder, keeps the applications it finds and descends into plain folders up to
 // the depth limit. Each scan folder is walked once, by itself: a scan folder met inside another is
 // not entered there. Folders named "*.framework" and application bundles are never entered. A
-// folder already on the current descent (a link loop) is not entered again.
+// folder is listed at most once per scan folder, known by its device and inode, so link loops
+// and links back up the tree end; the kernel's file systems (/proc, /sys) are never entered, and
+// a scan folder whose path holds a NUL byte is refused with a log line.
 //
 // The walk touches no catalogue state: it can run on a worker thread and its result is applied on
 // the GUI thread.
@@ -12,11 +14,13 @@
 
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 
 #include <atomic>
 #include <functional>
+#include <optional>
 
 namespace kelp {
 
@@ -43,6 +47,8 @@ class FolderWalker
 {
 public:
     using Progress = std::function<void(int step, int count, const QString &label)>;
+    // A folder as the file system knows it: device and inode.
+    using FolderId = std::pair<quint64, quint64>;
 
     // The depth limit as the settings give it: below 1 means 1, 100 or more means 99.
     static int clampDepth(qint64 setting);
@@ -64,7 +70,7 @@ private:
     QStringList _scanFolders;
     int _maxDepth;
     int _depth = 0;
-    QStringList _descent;                    // canonical paths of the folders being walked
+    QSet<FolderId> _visited;                 // the folders listed for the current scan folder
     QHash<QString, QString> _seenDesktopIds; // desktop-file ID -> path of the entry that owns it
     Progress _progress;
     const std::atomic<bool> *_cancel = nullptr;

@@ -2,6 +2,7 @@
 
 #include "desktop/AppsOnDisk.h"
 #include "extras/Logging.h"
+#include "extras/RegularFile.h"
 
 #include <QDataStream>
 #include <QDir>
@@ -14,8 +15,23 @@
 
 namespace kelp {
 namespace {
-constexpr quint32 kNameCacheMagic = 0x4b4e4331; // "KNC1"
+constexpr quint32 kNameCacheMagic = 0x4b4e4332; // "KNC2"
+// The smallest an entry can be in the file: two empty strings and a time.
+constexpr qint64 kMinEntryBytes = 4 + 4 + 8;
+// Far more than any catalogue: a larger file is not one of Kelp's.
+constexpr qint64 kMaxCacheBytes = 64 * 1024 * 1024;
 } // namespace
+
+QString NameCache::languageKey()
+{
+    // The variables GLib takes the language of a localised Name from, in its order.
+    QString key;
+    for (const char *name : {"LANGUAGE", "LC_ALL", "LC_MESSAGES", "LANG"}) {
+        key +=
+            QLatin1String(name) + QLatin1Char('=') + qEnvironmentVariable(name) + QLatin1Char(';');
+    }
+    return key;
+}
 
 QString NameCache::filePath()
 {
@@ -42,16 +58,35 @@ bool NameCache::remember(const QString &path, const QString &name, qint64 modifi
 void NameCache::load()
 {
     _loaded = true;
-    QFile file(filePath());
-    if (!file.open(QIODevice::ReadOnly)) return;
-    QDataStream in(&file);
+    const FileBytes file = readRegularFile(filePath(), kMaxCacheBytes);
+    if (file.status == FileBytes::Missing) return;
+    if (!file.ok()) {
+        qCInfo(lcCatalogue).noquote()
+            << "Ignoring the name cache" << filePath() << ":" << file.error;
+        return;
+    }
+    QDataStream in(file.bytes);
     in.setVersion(QDataStream::Qt_6_4);
     quint32 magic = 0;
+    QString language;
     qint64 count = 0;
-    in >> magic >> count;
-    if (magic != kNameCacheMagic || count < 0 || count > 10'000'000) {
-        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName()
-                            << ": not one of Kelp's";
+    in >> magic;
+    if (magic != kNameCacheMagic) {
+        qCInfo(lcCatalogue) << "Ignoring the name cache" << filePath() << ": not one of Kelp's";
+        return;
+    }
+    in >> language >> count;
+    // The count is checked against what the file can hold before anything is set aside for it.
+    const qint64 room = file.bytes.size() - in.device()->pos();
+    if (in.status() != QDataStream::Ok || count < 0 || count > room / kMinEntryBytes) {
+        qCInfo(lcCatalogue) << "Ignoring the name cache" << filePath()
+                            << ": it claims more names than it holds";
+        return;
+    }
+    if (language != languageKey()) {
+        // Names read in another language: every entry is read again.
+        qCInfo(lcCatalogue)
+            << "The language changed since the names were cached; reading them again";
         return;
     }
     QHash<QString, Entry> entries;
@@ -63,7 +98,7 @@ void NameCache::load()
         entries.insert(path, entry);
     }
     if (in.status() != QDataStream::Ok) {
-        qCInfo(lcCatalogue) << "Ignoring the name cache" << file.fileName() << ": it is truncated";
+        qCInfo(lcCatalogue) << "Ignoring the name cache" << filePath() << ": it is truncated";
         return;
     }
     _entries = std::move(entries);
@@ -84,7 +119,7 @@ void NameCache::save(const std::function<bool(const QString &)> &keep)
     qint64 count = 0;
     for (auto it = _entries.cbegin(); it != _entries.cend(); ++it)
         count += keep(it.key());
-    out << kNameCacheMagic << count;
+    out << kNameCacheMagic << languageKey() << count;
     for (auto it = _entries.cbegin(); it != _entries.cend(); ++it) {
         if (keep(it.key())) out << it.key() << it->name << it->modified;
     }

@@ -4,8 +4,9 @@
 //
 // A start from the cached catalogue names its entries from here at once; the files are then
 // checked on a worker thread, and only the entries whose file changed since (or that have no name
-// yet) are read again. The file is Kelp's own: a versioned binary stream; anything else, or a
-// truncated file, is ignored.
+// yet) are read again; after a change of language all are. The file is Kelp's own: a versioned
+// binary stream; anything else, a truncated file, or one claiming more names than it can hold, is
+// ignored.
 #include "catalogue/FolderWalker.h"
 
 #include <QHash>
@@ -27,6 +28,9 @@ class NameCache
 {
 public:
     static QString filePath();
+    // What the names depend on besides the files: the language variables. Names cached under
+    // another language are not used.
+    static QString languageKey();
 
     // The name read for the path; empty when none is known. The file is read on first use.
     QString name(const QString &path);

@@ -1,6 +1,6 @@
 #include "extras/DesktopEntryKeys.h"
 
-#include <QFile>
+#include "extras/RegularFile.h"
 
 namespace kelp {
 
@@ -35,11 +35,11 @@ QString unescapeDesktopValue(const QString &raw)
 QHash<QString, QString> desktopEntryKeys(const QString &path)
 {
     QHash<QString, QString> keys;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Text)) return keys;
+    const FileBytes file = readRegularFile(path);
+    if (!file.ok()) return keys;
     bool inGroup = false;
-    while (!file.atEnd()) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+    for (const QByteArray &raw : file.bytes.split('\n')) {
+        const QString line = QString::fromUtf8(raw).trimmed();
         if (line.isEmpty() || line.startsWith(u'#')) continue;
         if (line.startsWith(u'[')) {
             if (inGroup) break;

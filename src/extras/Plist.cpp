@@ -1,6 +1,8 @@
 #include "extras/Plist.h"
 
 #include "extras/Logging.h"
+#include "extras/PlistNesting.h"
+#include "extras/RegularFile.h"
 #include "extras/VariantKind.h"
 
 #include <QDateTime>
@@ -24,13 +26,16 @@ using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
 // Seconds between the Unix epoch and the property-list epoch (2001-01-01).
 constexpr qint64 kPlistEpochOffset = 978307200;
-// Nesting deeper than this is refused: no Kelp file comes close, and a hostile file must not
-// exhaust the stack.
-constexpr int kMaxDepth = 64;
+constexpr int kMaxDepth = kMaxNesting;
 
-QVariant toVariant(plist_t node, int depth)
+// The value of a node. A node Kelp has no form for (a UID, a null) makes *ok false: the document
+// is then refused as a whole rather than read with a hole that a later write would make permanent.
+QVariant toVariant(plist_t node, int depth, bool *ok)
 {
-    if (!node || depth > kMaxDepth) return {};
+    if (!node || depth > kMaxDepth) {
+        *ok = false;
+        return {};
+    }
     switch (plist_get_node_type(node)) {
     case PLIST_BOOLEAN: {
         uint8_t b = 0;
@@ -68,8 +73,9 @@ QVariant toVariant(plist_t node, int depth)
         const uint32_t n = plist_array_get_size(node);
         list.reserve(static_cast<qsizetype>(n));
         for (uint32_t i = 0; i < n; ++i) {
-            QVariant item = toVariant(plist_array_get_item(node, i), depth + 1);
-            if (item.isValid()) list.append(std::move(item));
+            QVariant item = toVariant(plist_array_get_item(node, i), depth + 1, ok);
+            if (!*ok) return {};
+            list.append(std::move(item));
         }
         return QVariant(list);
     }
@@ -85,14 +91,17 @@ QVariant toVariant(plist_t node, int depth)
                 free(key);
                 break;
             }
-            QVariant item = toVariant(val, depth + 1);
-            if (key && item.isValid()) map.insert(QString::fromUtf8(key), std::move(item));
+            QVariant item = toVariant(val, depth + 1, ok);
+            if (key && *ok) map.insert(QString::fromUtf8(key), std::move(item));
             free(key);
+            if (!*ok) break;
         }
         free(it);
+        if (!*ok) return {};
         return QVariant(map);
     }
     default:
+        *ok = false;
         return {};
     }
 }
@@ -149,15 +158,41 @@ plist_t fromVariant(const QVariant &value, int depth)
     }
 }
 
+FileBytes readResource(const QString &path)
+{
+    FileBytes out;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        out.status = file.exists() ? FileBytes::Unreadable : FileBytes::Missing;
+        out.error = file.errorString();
+        return out;
+    }
+    out.bytes = file.readAll();
+    out.status = FileBytes::Ok;
+    return out;
+}
+
 } // namespace
 
-QVariant fromData(const QByteArray &bytes)
+QVariant fromData(const QByteArray &bytes, QString *error)
 {
-    if (bytes.isEmpty() || bytes.size() > std::numeric_limits<int32_t>::max()) return {};
+    auto fail = [error](const QString &why) {
+        if (error) *error = why;
+        return QVariant();
+    };
+    if (bytes.isEmpty()) return fail(QStringLiteral("empty file"));
+    if (bytes.size() > std::numeric_limits<int32_t>::max())
+        return fail(QStringLiteral("too large"));
+    QString why;
+    if (!nestingWithin(bytes, kMaxDepth, &why)) return fail(why);
     plist_t root = nullptr;
     plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
     PlistPtr guard(root);
-    return toVariant(root, 0);
+    if (!root) return fail(QStringLiteral("not a property list"));
+    bool ok = true;
+    QVariant value = toVariant(root, 0, &ok);
+    if (!ok) return fail(QStringLiteral("it holds a value Kelp cannot keep (a UID or a null)"));
+    return value;
 }
 
 QByteArray toXml(const QVariant &value)
@@ -175,22 +210,30 @@ QByteArray toXml(const QVariant &value)
 ReadResult readFile(const QString &path)
 {
     ReadResult result;
-    QFile file(path);
-    if (!file.exists()) {
+    // Kelp's own resources (":/kelp/...") are compiled in, not files.
+    const FileBytes file =
+        path.startsWith(QLatin1Char(':')) ? readResource(path) : readRegularFile(path);
+    switch (file.status) {
+    case FileBytes::Ok:
+        break;
+    case FileBytes::Missing:
         result.status = ReadResult::Missing;
         return result;
-    }
-    if (!file.open(QIODevice::ReadOnly)) {
+    case FileBytes::TooLarge:
+        // Too large to be one of Kelp's: kept aside like any other file that cannot be read.
+        result.status = ReadResult::Corrupt;
+        result.error = file.error;
+        return result;
+    case FileBytes::Unreadable:
+    case FileBytes::NotRegular:
+    case FileBytes::BadPath:
         result.status = ReadResult::Unreadable;
-        result.error = file.errorString();
+        result.error = file.error;
         return result;
     }
-    const QByteArray bytes = file.readAll();
-    result.value = fromData(bytes);
+    result.value = fromData(file.bytes, &result.error);
     if (!result.value.isValid()) {
         result.status = ReadResult::Corrupt;
-        result.error =
-            bytes.isEmpty() ? QStringLiteral("empty file") : QStringLiteral("not a property list");
         return result;
     }
     result.status = ReadResult::Ok;

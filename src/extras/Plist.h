@@ -21,12 +21,17 @@ struct ReadResult
     bool ok() const { return status == Ok; }
 };
 
-// Parses XML or binary property-list bytes. An invalid document yields a null QVariant.
-QVariant fromData(const QByteArray &bytes);
+// Parses XML or binary property-list bytes. An invalid document yields a null QVariant, with the
+// reason in *error; so does one nested more than kMaxNesting deep (checked before libplist sees
+// it) or holding a value that has no QVariant form here: such a document is refused whole, never
+// read with parts missing.
+QVariant fromData(const QByteArray &bytes, QString *error = nullptr);
 // Serialises to an XML property list. Values of types that have no property-list form are
 // skipped with a log line (never written as something else).
 QByteArray toXml(const QVariant &value);
 
+// Reads a regular file only: a FIFO, socket or device at path is Unreadable at once, never
+// waited on; a file too large to be a property list Kelp keeps is Corrupt.
 ReadResult readFile(const QString &path);
 // Writes atomically: the file is replaced only once the new content is complete on disk, so a
 // crash while writing leaves the old file intact. Does not create missing parent folders.

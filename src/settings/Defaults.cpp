@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 #include "extras/Plist.h"
+#include "extras/RegularFile.h"
 #include "extras/TextNumbers.h"
 #include "extras/VariantKind.h"
 
@@ -238,20 +239,31 @@ struct Defaults::Private
     DiskState readDisk() const
     {
         DiskState state;
-        QFile file(filePath);
-        if (!file.exists()) return state;
-        if (!file.open(QIODevice::ReadOnly)) {
+        FileBytes file = readRegularFile(filePath);
+        switch (file.status) {
+        case FileBytes::Ok:
+            break;
+        case FileBytes::Missing:
+            return state;
+        case FileBytes::TooLarge:
+            state.status = DiskState::Corrupt;
+            state.error = file.error;
+            return state;
+        case FileBytes::Unreadable:
+        case FileBytes::NotRegular:
+        case FileBytes::BadPath:
             state.status = DiskState::Unreadable;
-            state.error = file.errorString();
+            state.error = file.error;
             return state;
         }
-        state.bytes = file.readAll();
-        const QVariant root = plist::fromData(state.bytes);
+        state.bytes = std::move(file.bytes);
+        // A document refused whole (nested too deeply, a value with no form here) is kept aside
+        // like a broken one: reading it with parts cut off would write the cut version back.
+        QString why;
+        const QVariant root = plist::fromData(state.bytes, &why);
         if (root.typeId() != QMetaType::QVariantMap) {
             state.status = DiskState::Corrupt;
-            state.error = state.bytes.isEmpty() ? QStringLiteral("empty file")
-                          : root.isValid()      ? QStringLiteral("not a dictionary")
-                                                : QStringLiteral("not a property list");
+            state.error = root.isValid() ? QStringLiteral("not a dictionary") : why;
             return state;
         }
         state.status = DiskState::Ok;

@@ -108,7 +108,8 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
     EXPECT_TRUE(QFile::exists(userFile(CatalogueFiles::kAllApplicationsFile)));
 
     // Bundles count, their insides and frameworks do not; links to folders are followed, other
-    // links are not; invisible, classic, broken and non-application entries are left out.
+    // links are not; invisible, classic, broken and non-application entries are left out. An
+    // entry whose Name is not UTF-8 is listed under its file name, as the desktop lists it.
     const struct
     {
         const char *why;
@@ -117,10 +118,10 @@ TEST_F(Scan, ClassifiesAndWalksToTheDepthLimit)
     } rows[] = {
         {"the default, 4: the scan folder and three levels below",
          4,
-         {"Alpha", "Beta", "Delta", "Gamma", "Linked", "Nested", "Tool"}},
-        {"two levels", 2, {"Alpha", "Beta", "Linked", "Nested", "Tool"}},
-        {"0 means the scan folder alone", 0, {"Alpha", "Tool"}},
-        {"below 0 too", -3, {"Alpha", "Tool"}},
+         {"Alpha", "Beta", "Delta", "Gamma", "Linked", "Nested", "Tool", "bad-utf8"}},
+        {"two levels", 2, {"Alpha", "Beta", "Linked", "Nested", "Tool", "bad-utf8"}},
+        {"0 means the scan folder alone", 0, {"Alpha", "Tool", "bad-utf8"}},
+        {"below 0 too", -3, {"Alpha", "Tool", "bad-utf8"}},
     };
     for (const auto &row : rows) {
         defaults->setValue(Key::MaxFolderRecursionDepth, row.depth);
@@ -196,7 +197,7 @@ TEST_F(Scan, BackgroundWalkReportsOnTheGuiThread)
     catalogue->rescanAllAppsPrioritizingGroup(Group::All, true);
     EXPECT_TRUE(catalogue->isWalking());
     ASSERT_TRUE(test::waitUntil([&] { return finished.size() == 1; }));
-    EXPECT_EQ(catalogue->allApps1D().size(), 7);
+    EXPECT_EQ(catalogue->allApps1D().size(), 8);
     EXPECT_EQ(progress.size(), 2);
 }
 

@@ -27,15 +27,30 @@ QStringList listKey(GKeyFile *kf, const char *key)
     return out;
 }
 
-bool programExists(const QString &program)
+// Whether GLib finds the program the way GIO does when it loads an entry: through PATH for a bare
+// name, as an executable file for a path.
+bool programExists(const char *program)
 {
-    if (program.isEmpty()) return false;
-    if (program.startsWith(QLatin1Char('/'))) {
-        const QFileInfo info(program);
-        return info.isFile() && info.isExecutable();
-    }
-    const GLibPtr<gchar> found(g_find_program_in_path(program.toUtf8().constData()));
+    const GLibPtr<gchar> found(g_find_program_in_path(program));
     return found != nullptr;
+}
+
+// Whether an entry with these OnlyShowIn / NotShowIn lists is shown on the current desktops: the
+// first current desktop that either list names decides; when none is named, the entry shows
+// unless it has an OnlyShowIn key at all (an empty OnlyShowIn shows it nowhere).
+bool shownOn(GKeyFile *kf, const QStringList &currentDesktops)
+{
+    // A list GLib cannot read (not UTF-8) counts as no list, as it does for GIO.
+    const GLibPtr<gchar *> onlyList(
+        g_key_file_get_string_list(kf, kDesktopEntryGroup, "OnlyShowIn", nullptr, nullptr));
+    const bool hasOnly = onlyList != nullptr;
+    const QStringList onlyShowIn = listKey(kf, "OnlyShowIn");
+    const QStringList notShowIn = listKey(kf, "NotShowIn");
+    for (const QString &desktop : currentDesktops) {
+        if (onlyShowIn.contains(desktop)) return true;
+        if (notShowIn.contains(desktop)) return false;
+    }
+    return !hasOnly;
 }
 
 GLibPtr<GKeyFile> loadDesktopFile(const QString &path)
@@ -46,8 +61,12 @@ GLibPtr<GKeyFile> loadDesktopFile(const QString &path)
         qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ":" << error;
         return nullptr;
     }
-    if (!g_key_file_has_group(kf.get(), kDesktopEntryGroup)) {
-        qCInfo(lcPlatform).noquote() << "Ignoring" << path << ": no [Desktop Entry] group";
+    // The [Desktop Entry] group must come first; a file that starts with another group is not a
+    // desktop entry (comments before it are fine).
+    const GLibPtr<gchar> start(g_key_file_get_start_group(kf.get()));
+    if (!start || qstrcmp(start.get(), kDesktopEntryGroup) != 0) {
+        qCInfo(lcPlatform).noquote()
+            << "Ignoring" << path << ": its first group is not [Desktop Entry]";
         return nullptr;
     }
     return kf;
@@ -111,9 +130,11 @@ ItemInfo GioAppsOnDisk::inspect(const QString &path) const
 ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
 {
     ItemInfo info;
+    // Any file of the name takes the ID, even one that cannot be read: it still hides an entry of
+    // the same ID found later, as it does for the desktop.
+    info.desktopId = desktopIdForPath(path);
     const GLibPtr<GKeyFile> kf = loadDesktopFile(path);
     if (!kf) return info;
-    info.desktopId = desktopIdForPath(path);
 
     const GLibPtr<gchar> type(g_key_file_get_string(kf.get(), kDesktopEntryGroup, "Type", nullptr));
     if (!type || qstrcmp(type.get(), "Application") != 0) {
@@ -121,38 +142,42 @@ ItemInfo GioAppsOnDisk::inspectDesktopEntry(const QString &path) const
         info.kind = ItemInfo::Other;
         return info;
     }
-    info.name = localisedName(kf.get());
-    if (info.name.isEmpty()) {
-        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Name";
+    // An empty TryExec is no test at all; a program named but not installed means the
+    // application is not installed either.
+    const GLibPtr<gchar> tryExec(
+        g_key_file_get_string(kf.get(), kDesktopEntryGroup, "TryExec", nullptr));
+    if (tryExec && tryExec.get()[0] != '\0' && !programExists(tryExec.get())) {
+        info.kind = ItemInfo::ClassicApplication;
         return info;
     }
     const GLibPtr<gchar> exec(g_key_file_get_string(kf.get(), kDesktopEntryGroup, "Exec", nullptr));
-    if (!exec && !boolKey(kf.get(), "DBusActivatable")) {
+    if (exec && exec.get()[0] != '\0') {
+        // The program is the first word of the line, as the launcher will run it: an entry left
+        // behind by an uninstalled package names a program that is gone.
+        int argc = 0;
+        GLibPtr<gchar *> argv;
+        if (!g_shell_parse_argv(exec.get(), &argc, outPtr(argv), nullptr)) {
+            qCInfo(lcPlatform).noquote()
+                << "Ignoring desktop entry" << path << ": its Exec line does not parse";
+            return info;
+        }
+        if (!programExists(argv.get()[0])) {
+            info.kind = ItemInfo::ClassicApplication;
+            return info;
+        }
+    } else if (!exec && !boolKey(kf.get(), "DBusActivatable")) {
         qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Exec line";
         return info;
     }
-    if (boolKey(kf.get(), "Hidden") || boolKey(kf.get(), "NoDisplay")) {
-        info.kind = ItemInfo::Invisible;
+    if (!g_key_file_has_key(kf.get(), kDesktopEntryGroup, "Name", nullptr)) {
+        qCInfo(lcPlatform).noquote() << "Ignoring desktop entry" << path << ": it has no Name";
         return info;
     }
-    const QStringList onlyShowIn = listKey(kf.get(), "OnlyShowIn");
-    const QStringList notShowIn = listKey(kf.get(), "NotShowIn");
-    bool shown = onlyShowIn.isEmpty();
-    for (const QString &desktop : _currentDesktops) {
-        if (onlyShowIn.contains(desktop)) shown = true;
-        if (notShowIn.contains(desktop)) {
-            shown = false;
-            break;
-        }
-    }
-    if (!shown) {
+    // An empty translation is still the entry's name here; the catalogue then shows the file's.
+    info.name = localisedName(kf.get());
+    if (boolKey(kf.get(), "Hidden") || boolKey(kf.get(), "NoDisplay") ||
+        !shownOn(kf.get(), _currentDesktops)) {
         info.kind = ItemInfo::Invisible;
-        return info;
-    }
-    const GLibPtr<gchar> tryExec(
-        g_key_file_get_string(kf.get(), kDesktopEntryGroup, "TryExec", nullptr));
-    if (tryExec && !programExists(QString::fromUtf8(tryExec.get()))) {
-        info.kind = ItemInfo::ClassicApplication;
         return info;
     }
     info.kind = ItemInfo::Application;

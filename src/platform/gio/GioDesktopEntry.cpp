@@ -1,6 +1,7 @@
 #include "platform/gio/GioDesktopEntry.h"
 
 #include "desktop/AppsOnDisk.h"
+#include "extras/RegularFile.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,9 +12,16 @@ namespace kelp {
 
 GLibPtr<GKeyFile> loadKeyFile(const QString &path, QString *error)
 {
+    // Read by Kelp first: GLib would block on a FIFO and read a device for ever.
+    const FileBytes bytes = readRegularFile(path);
+    if (!bytes.ok()) {
+        if (error) *error = bytes.error;
+        return nullptr;
+    }
     GLibPtr<GKeyFile> file(g_key_file_new());
     GLibPtr<GError> gerror;
-    if (!g_key_file_load_from_file(file.get(), QFile::encodeName(path).constData(), G_KEY_FILE_NONE,
+    if (!g_key_file_load_from_data(file.get(), bytes.bytes.constData(),
+                                   static_cast<gsize>(bytes.bytes.size()), G_KEY_FILE_NONE,
                                    outPtr(gerror))) {
         if (error) *error = errorMessage(gerror);
         return nullptr;

@@ -1,11 +1,11 @@
 #include "platform/icons/DesktopIconTheme.h"
 
 #include "extras/Logging.h"
+#include "extras/RegularFile.h"
 #include "platform/gio/GioDesktopEntry.h"
 #include "platform/gio/GioSettings.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
 
@@ -32,15 +32,10 @@ QString unquoted(QString value)
 // (a folder, a FIFO) or too large.
 QList<QByteArray> settingsLines(const QString &path)
 {
-    const QFileInfo info(path);
-    if (!info.exists()) return {};
-    if (!info.isFile() || info.size() > kLargestSettingsFile) {
-        qCInfo(lcIcons).noquote() << "Ignoring" << path << ": not a settings file";
-        return {};
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    return file.read(kLargestSettingsFile).split('\n');
+    const FileBytes file = readRegularFile(path, kLargestSettingsFile);
+    if (file.status != FileBytes::Ok && file.status != FileBytes::Missing)
+        qCInfo(lcIcons).noquote() << "Ignoring" << path << ":" << file.error;
+    return file.ok() ? file.bytes.split('\n') : QList<QByteArray>();
 }
 
 QString gsettingsUserIconTheme()

@@ -85,6 +85,14 @@ QString FreedesktopIconSource::iconKeyOfDesktopEntry(const QString &path)
         .trimmed();
 }
 
+QString FreedesktopIconSource::iconOfDesktopEntry(const QString &path)
+{
+    const QString key = iconKeyOfDesktopEntry(path);
+    if (key.startsWith(QLatin1Char('/'))) return key;
+    if (key.contains(QLatin1Char('/'))) return {};
+    return iconNameFromKey(key);
+}
+
 QString FreedesktopIconSource::iconFileOfBundle(const QString &bundlePath)
 {
     const QString infoPlist = bundlePath + QStringLiteral("/Contents/Info.plist");
@@ -161,13 +169,13 @@ QImage FreedesktopIconSource::iconForFile(const QString &path, int pixelSize) co
             if (!file.isEmpty()) image = renderIcon(file, pixelSize);
         }
     } else if (path.endsWith(QLatin1String(".desktop"))) {
-        const QString key = iconKeyOfDesktopEntry(path);
-        if (key.startsWith(QLatin1Char('/'))) {
-            image = renderIcon(key, pixelSize);
-        } else if (!key.isEmpty() && !key.contains(QLatin1Char('/'))) {
-            image = themeIcon(iconNameFromKey(key), pixelSize);
+        const QString icon = iconOfDesktopEntry(path);
+        if (icon.startsWith(QLatin1Char('/'))) {
+            image = renderIcon(icon, pixelSize);
+        } else if (!icon.isEmpty()) {
+            image = themeIcon(icon, pixelSize);
             if (image.isNull())
-                qCInfo(lcIcons).noquote() << "No icon named" << key << "for" << path;
+                qCInfo(lcIcons).noquote() << "No icon named" << icon << "for" << path;
         }
     }
     if (image.isNull()) image = genericIcon(pixelSize);

@@ -39,6 +39,10 @@ public:
     // The icon name a file asks for: a desktop entry's Icon key (a name or an absolute path), or
     // an empty string.
     static QString iconKeyOfDesktopEntry(const QString &path);
+    // What a desktop entry's icon is looked up as: a file (an absolute Icon key), a theme icon
+    // name (the key without a ".png", ".svg" or ".xpm" ending), or an empty string when the entry
+    // names none Kelp can look up (no key, or a relative path).
+    static QString iconOfDesktopEntry(const QString &path);
     // The icon file of an ".app" bundle, or an empty string.
     static QString iconFileOfBundle(const QString &bundlePath);
 

@@ -1,8 +1,8 @@
 #include "platform/icons/GtkIconCache.h"
 
 #include "extras/Logging.h"
+#include "extras/RegularFile.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QtEndian>
 
@@ -124,9 +124,9 @@ std::unique_ptr<GtkIconCache> GtkIconCache::open(const QString &themeFolder,
             return nullptr;
         }
     }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return nullptr;
-    std::unique_ptr<GtkIconCache> cache = fromBytes(file.read(kLargestCache));
+    FileBytes file = readRegularFile(path, kLargestCache);
+    if (!file.ok()) return nullptr;
+    std::unique_ptr<GtkIconCache> cache = fromBytes(std::move(file.bytes));
     if (!cache) qCWarning(lcIcons).noquote() << "Ignoring" << path << ": malformed";
     return cache;
 }

@@ -1,6 +1,7 @@
 #include "platform/icons/IconTheme.h"
 
 #include "extras/Logging.h"
+#include "extras/RegularFile.h"
 #include "platform/gio/GioDesktopEntry.h"
 #include "platform/icons/GtkIconCache.h"
 
@@ -30,12 +31,17 @@ QString stringKey(GKeyFile *kf, const char *group, const char *key)
     return takeString(g_key_file_get_string(kf, group, key, nullptr)).trimmed();
 }
 
+// Sizes, thresholds and scales beyond this are not real icons; clamping them here keeps every
+// sum and product of them in the size matching far from overflowing.
+constexpr int kLargestThemeNumber = 1 << 16;
+
 int intKey(GKeyFile *kf, const char *group, const char *key, int fallback)
 {
     const QString text = stringKey(kf, group, key);
     bool ok = false;
-    const int value = text.toInt(&ok);
-    return ok ? value : fallback;
+    const qint64 value = text.toLongLong(&ok);
+    if (!ok) return fallback;
+    return static_cast<int>(std::clamp<qint64>(value, -kLargestThemeNumber, kLargestThemeNumber));
 }
 
 QStringList commaList(const QString &text)
@@ -173,7 +179,7 @@ struct IconThemeBuilder
                 if (dir.scale != 1) continue;
                 dir.minSize = intKey(kf.get(), group.constData(), "MinSize", dir.size);
                 dir.maxSize = intKey(kf.get(), group.constData(), "MaxSize", dir.size);
-                dir.threshold = intKey(kf.get(), group.constData(), "Threshold", 2);
+                dir.threshold = std::max(0, intKey(kf.get(), group.constData(), "Threshold", 2));
                 const QString type = stringKey(kf.get(), group.constData(), "Type");
                 if (type == QLatin1String("Fixed"))
                     dir.type = IconThemeIndex::DirType::Fixed;
