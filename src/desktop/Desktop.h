@@ -9,9 +9,12 @@ namespace kelp {
 
 class AppLauncher;
 class AppsOnDisk;
+class HotKeys;
+class HotSpots;
 class IconSource;
 class LauncherProgress;
 class RunningApplications;
+class StatusTray;
 class WindowControl;
 class WindowHints;
 
@@ -26,6 +29,10 @@ struct Desktop
         running;                              // running applications and their events (may be null)
     std::shared_ptr<WindowHints> windowHints; // the panel's window manager hints (may be null)
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
+    // The triggers: global hot key, cursor hot spot, tray (each null where the desktop has none).
+    std::shared_ptr<HotKeys> hotKeys;
+    std::shared_ptr<HotSpots> hotSpots;
+    std::shared_ptr<StatusTray> statusTray;
 };
 
 // The services in use; empty members until start-up installs them.

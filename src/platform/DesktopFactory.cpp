@@ -6,7 +6,10 @@
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
+#include "platform/x11/X11HotKeys.h"
+#include "platform/x11/X11HotSpots.h"
 #include "platform/x11/X11RunningApplications.h"
+#include "platform/x11/X11StatusTray.h"
 #include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
 
@@ -16,8 +19,19 @@ namespace kelp {
 
 namespace {
 
+// The hot key, the hot spot and the tray, each on a connection of its own.
+void addTriggers(Desktop &services)
+{
+    auto hotKeys = std::make_shared<X11HotKeys>();
+    if (hotKeys->isConnected()) services.hotKeys = hotKeys;
+    auto hotSpots = std::make_shared<X11HotSpots>();
+    if (hotSpots->isConnected()) services.hotSpots = hotSpots;
+    auto tray = std::make_shared<X11StatusTray>();
+    if (tray->isConnected()) services.statusTray = tray;
+}
+
 // What depends on the window system: running applications, window control and window hints.
-void addWindowSystem(Desktop &services, const QString &platformName)
+void addWindowSystem(Desktop &services, const QString &platformName, bool triggers)
 {
     if (platformName == QLatin1String("xcb")) {
         auto running = std::make_shared<X11RunningApplications>();
@@ -26,6 +40,7 @@ void addWindowSystem(Desktop &services, const QString &platformName)
             services.windowControl = std::make_shared<X11WindowControl>(running);
             auto hints = std::make_shared<X11WindowHints>();
             if (hints->isConnected()) services.windowHints = hints;
+            if (triggers) addTriggers(services);
             return;
         }
     }
@@ -41,7 +56,7 @@ Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
     Desktop services;
     services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
     services.launcher = std::make_shared<GioAppLauncher>();
-    addWindowSystem(services, platformName);
+    addWindowSystem(services, platformName, options.triggers);
     if (options.launcherProgress)
         services.launcherProgress = std::make_shared<GioLauncherProgress>();
     if (options.iconTheme)
