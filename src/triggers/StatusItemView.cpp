@@ -1,6 +1,7 @@
 #include "triggers/StatusItemView.h"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDragEnterEvent>
 #include <QMenu>
 #include <QMouseEvent>
@@ -46,6 +47,8 @@ StatusItemView::StatusItemView(std::function<QMenu *()> makeMenu, QWidget *paren
     setWindowTitle(QStringLiteral("Kelp Tray Icon"));
     setAttribute(Qt::WA_QuitOnClose, false);
     setAcceptDrops(true);
+    // Trays size their icons from the smallest size the window asks for.
+    setMinimumSize(22, 22);
     resize(22, 22);
     _image = renderImage(QStringLiteral(":/triggers/kelp_status_item_black.svg"), 16);
     _altImage = renderImage(QStringLiteral(":/triggers/kelp_status_item_white.svg"), 16);
@@ -164,7 +167,9 @@ void StatusItemView::openMenu()
     if (!_menu) return;
     connect(_menu, &QMenu::aboutToHide, this, [this]() { setHighlighted(false); });
     setHighlighted(true);
-    _menu->popup(mapToGlobal(QPoint(0, height())));
+    // At the pointer, which is over the icon: inside a tray the window's own idea of where it is
+    // on the screen is relative to the tray.
+    _menu->popup(QCursor::pos());
 }
 
 } // namespace kelp

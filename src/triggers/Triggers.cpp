@@ -297,6 +297,7 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
 {
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
+    menu->setWindowTitle(tr("Kelp Menu"));
     const OpenWindows open; // the preferences, feedback and welcome windows do not exist yet
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
         if (entry.separator) {

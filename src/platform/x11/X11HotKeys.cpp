@@ -330,6 +330,7 @@ void X11HotKeys::readEvents()
             const uint16_t state = press->state & 0xff & ~locks;
             const bool ours = _x->keycodes.count(press->detail) && state == _x->modifiers;
             const bool repeat = _x->held == press->detail || press->time == _x->lastRelease;
+            qCDebug(lcTriggers) << "Key press" << press->detail << press->state << ours << repeat;
             if (ours && !repeat) {
                 _x->held = press->detail;
                 Q_EMIT pressed();

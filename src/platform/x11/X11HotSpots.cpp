@@ -3,11 +3,13 @@
 #include "extras/Logging.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 #include <xcb/xinput.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <set>
 #include <vector>
@@ -23,6 +25,7 @@ struct X11HotSpots::Connection
     std::vector<xcb_xfixes_barrier_t> placed;
     std::set<xcb_xfixes_barrier_t> hit; // barriers the pointer presses against now
     xcb_window_t strip = 0;             // the input-only window of the fallback
+    QRect hitBox;                       // where the pointer counts as pressing on the barriers
 
     ~Connection()
     {
@@ -74,6 +77,24 @@ X11HotSpots::X11HotSpots(const QByteArray &displayName, QObject *parent)
     xcb_flush(_x->conn);
     _notifier = new QSocketNotifier(xcb_get_file_descriptor(_x->conn), QSocketNotifier::Read, this);
     connect(_notifier, &QSocketNotifier::activated, this, &X11HotSpots::readEvents);
+    // The server reports leaving the barriers only for relative motion: a pointer warped or moved
+    // by an absolute device leaves unannounced. While (and only while) the pointer is in the hot
+    // spot, where it is is asked now and then.
+    _leaveCheck = new QTimer(this);
+    _leaveCheck->setInterval(100);
+    connect(_leaveCheck, &QTimer::timeout, this, &X11HotSpots::checkPointerLeft);
+}
+
+void X11HotSpots::checkPointerLeft()
+{
+    if (!isConnected() || _x->placed.empty()) return;
+    auto *reply =
+        xcb_query_pointer_reply(_x->conn, xcb_query_pointer(_x->conn, _x->root), nullptr);
+    if (reply && !_x->hitBox.contains(reply->root_x, reply->root_y)) {
+        _x->hit.clear();
+        setInside(false);
+    }
+    std::free(reply);
 }
 
 X11HotSpots::~X11HotSpots()
@@ -170,6 +191,7 @@ void X11HotSpots::setHotSpot(const std::optional<HotSpotPlace> &place)
             _x->placed.push_back(id);
         }
         if (!_x->placed.empty()) {
+            _x->hitBox = place->rect.adjusted(-2, -2, 2, 2);
             qCDebug(lcTriggers) << "Hot spot barriers along" << place->rect;
             xcb_flush(_x->conn);
             return;
@@ -195,6 +217,10 @@ void X11HotSpots::setInside(bool inside)
 {
     if (inside == _inside) return;
     _inside = inside;
+    if (inside && !_x->placed.empty())
+        _leaveCheck->start();
+    else
+        _leaveCheck->stop();
     if (inside)
         Q_EMIT entered();
     else

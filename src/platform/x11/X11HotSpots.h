@@ -10,6 +10,7 @@
 #include <memory>
 
 class QSocketNotifier;
+class QTimer;
 
 namespace kelp {
 
@@ -28,10 +29,12 @@ private:
     void readEvents();
     void clear();
     void setInside(bool inside);
+    void checkPointerLeft();
 
     struct Connection;
     std::unique_ptr<Connection> _x;
     QSocketNotifier *_notifier = nullptr;
+    QTimer *_leaveCheck = nullptr;
     bool _inside = false;
     bool _lostLogged = false;
 };
