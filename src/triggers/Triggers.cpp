@@ -425,8 +425,6 @@ void Triggers::applicationDidFinishLaunching()
         alertIfNoAccess();
     else if (!hasMouseAccess(s) && _defaults.value(Key::ShowNoMouseAccessWarning))
         alertIfNoMouseAccess();
-    if (!_hotKeyFailure.isEmpty())
-        qCInfo(lcTriggers).noquote() << "The hot key does not work:" << _hotKeyFailure;
 }
 
 void Triggers::settingChanged(const QString &key)
