@@ -116,6 +116,7 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
     connect(&_panel, &TQWindow::menuRequested, this, [this](QPoint globalPos) {
         // The gear button carries the menu whenever no tray icon does.
         if (hasStatusItem()) return;
+        qCDebug(lcTriggers) << "The gear button's menu at" << globalPos;
         delete _gearMenu;
         _gearMenu = statusItemMenu();
         _gearMenu->popup(globalPos);

@@ -1,7 +1,7 @@
 // The triggers end to end: the kelp binary on Xvfb with openbox, driven through XTEST with
 // xdotool. The hot key (with the locks on, held down, taken by another program), the hot spot
-// (resting, passing through, re-entering, a drag from another program), the tray icon in trayer
-// and the gear button's menu.
+// (resting, passing through, re-entering, a drag from another program) and the tray icon in
+// trayer.
 #include "support/XSession.h"
 
 #include <QDir>
@@ -191,7 +191,7 @@ TEST_F(Triggers, HotKeyTakenByAnotherProgramIsLoggedOnceAndKelpRunsOn)
     std::free(codes);
     xcb_key_symbols_free(symbols);
 
-    startKelp({}, QStringLiteral("Hot spot"));
+    startKelp({}, QStringLiteral("already taken"));
     EXPECT_TRUE(waitUntil([&] { return log().contains(QLatin1String("already taken")); }, 10000))
         << qPrintable(log());
     EXPECT_EQ(log().count(QStringLiteral("Ctrl+Tab is already taken by another program")), 1)
@@ -310,19 +310,4 @@ TEST_F(Triggers, TrayIconDocksTogglesOnClickAndOpensTheMenuWhenHeld)
         [&] { return log().count(QStringLiteral("Kelp's icon is in the tray")) >= 2; }, 10000))
         << qPrintable(log());
     EXPECT_TRUE(waitUntil([&] { return icon().mapped; }, 10000)) << "the icon is back in the tray";
-}
-
-TEST_F(Triggers, WithoutATrayTheGearButtonCarriesTheMenu)
-{
-    startKelp("<key>showWindowAtLaunch</key><true/>",
-              QStringLiteral("the panel's gear button carries the menu"));
-    ASSERT_TRUE(waitUntil([&] { return panelShown(); }, 15000));
-    QTest::qWait(1500); // the panel settles to the catalogue's size
-    const QRect panel = window(QStringLiteral("Kelp Main")).rect;
-    xdo({QStringLiteral("mousemove"), QString::number(panel.right() - 20),
-         QString::number(panel.top() + 20)});
-    xdo({QStringLiteral("click"), QStringLiteral("1")});
-    EXPECT_TRUE(waitUntil([&] { return window(QStringLiteral("Kelp Menu")).mapped; }, 5000))
-        << "the gear button opened the menu";
-    xdo({QStringLiteral("key"), QStringLiteral("Escape")});
 }
