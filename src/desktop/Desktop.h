@@ -17,6 +17,7 @@ class RunningApplications;
 class StatusTray;
 class WindowControl;
 class WindowHints;
+class WorkspaceCheck;
 
 struct Desktop
 {
@@ -33,6 +34,7 @@ struct Desktop
     std::shared_ptr<HotKeys> hotKeys;
     std::shared_ptr<HotSpots> hotSpots;
     std::shared_ptr<StatusTray> statusTray;
+    std::shared_ptr<WorkspaceCheck> workspaceCheck; // is the panel on every workspace
 };
 
 // The services in use; empty members until start-up installs them.

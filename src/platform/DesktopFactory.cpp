@@ -12,6 +12,7 @@
 #include "platform/x11/X11StatusTray.h"
 #include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
+#include "platform/x11/X11WorkspaceCheck.h"
 
 #include <xcb/xcb.h>
 
@@ -28,6 +29,7 @@ void addTriggers(Desktop &services)
     if (hotSpots->isConnected()) services.hotSpots = hotSpots;
     auto tray = std::make_shared<X11StatusTray>();
     if (tray->isConnected()) services.statusTray = tray;
+    services.workspaceCheck = std::make_shared<X11WorkspaceCheck>();
 }
 
 // What depends on the window system: running applications, window control and window hints.

@@ -7,6 +7,7 @@
 #include "desktop/HotKeys.h"
 #include "desktop/HotSpots.h"
 #include "desktop/StatusTray.h"
+#include "desktop/WorkspaceCheck.h"
 #include "extras/Logging.h"
 #include "extras/Timing.h"
 #include "settings/Defaults.h"
@@ -30,6 +31,7 @@
 #include <QScreen>
 #include <QSvgRenderer>
 #include <QSystemTrayIcon>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace kelp {
@@ -426,6 +428,31 @@ void Triggers::applicationDidFinishLaunching()
         alertIfNoAccess();
     else if (!hasMouseAccess(s) && _defaults.value(Key::ShowNoMouseAccessWarning))
         alertIfNoMouseAccess();
+    _panel.installEventFilter(this);
+    if (_panel.isVisible()) {
+        _checkedWorkspaces = true;
+        QTimer::singleShot(1000, this, &Triggers::checkAllWorkspaces);
+    }
+}
+
+bool Triggers::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == &_panel && event->type() == QEvent::Show && !_checkedWorkspaces) {
+        _checkedWorkspaces = true;
+        // Once, a moment after the first show, when the window manager has placed the panel.
+        QTimer::singleShot(1000, this, &Triggers::checkAllWorkspaces);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void Triggers::checkAllWorkspaces()
+{
+    const auto check = desktop().workspaceCheck;
+    if (!check || !_panel.isVisible()) return;
+    if (check->isOnAllWorkspaces(_panel.windowHandle()) == false) {
+        qCWarning(lcTriggers) << "The window manager keeps the panel on one workspace";
+        showAlert(notOnAllDesktopsAlert());
+    }
 }
 
 void Triggers::settingChanged(const QString &key)

@@ -67,7 +67,11 @@ Q_SIGNALS:
     // An alert was shown (its message), for whoever watches.
     void alertShown(const QString &message);
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
+    void checkAllWorkspaces();
     void settingChanged(const QString &key);
     void trigger();
     void showAlert(const AccessAlert &alert);
@@ -88,6 +92,7 @@ private:
     QString _hotKeyFailure;
     bool _hotSpotPlaced = false;
     bool _alertedRestart = false;
+    bool _checkedWorkspaces = false;
 };
 
 } // namespace kelp
