@@ -11,6 +11,7 @@ cd "$(dirname "$0")/.."
 allowed_desktop_includes=(
     tests/support/XSession.h
     tests/desktop/X11DesktopTest.cpp
+    tests/e2e/triggers/TriggersEndToEndTest.cpp
 )
 
 desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'

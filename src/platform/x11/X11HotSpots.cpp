@@ -88,8 +88,7 @@ X11HotSpots::X11HotSpots(const QByteArray &displayName, QObject *parent)
 void X11HotSpots::checkPointerLeft()
 {
     if (!isConnected() || _x->placed.empty()) return;
-    auto *reply =
-        xcb_query_pointer_reply(_x->conn, xcb_query_pointer(_x->conn, _x->root), nullptr);
+    auto *reply = xcb_query_pointer_reply(_x->conn, xcb_query_pointer(_x->conn, _x->root), nullptr);
     if (reply && !_x->hitBox.contains(reply->root_x, reply->root_y)) {
         _x->hit.clear();
         setInside(false);
