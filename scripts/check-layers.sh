@@ -16,6 +16,7 @@ allowed_desktop_includes=(
     tests/desktop/CompositingWatchTest.cpp
     tests/e2e/PointerEndToEndTest.cpp
     tests/desktop/GioListApps.cpp
+    tests/e2e/triggers/TriggersEndToEndTest.cpp
 )
 
 desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'

@@ -43,6 +43,7 @@ int startKelp(const InstanceRequest &request)
     DesktopOptions options;
     options.iconTheme = Defaults::standard().value(Key::IconThemeName);
     options.launcherProgress = true;
+    options.triggers = true;
     setDesktop(makeDesktop(QGuiApplication::platformName(), options));
     SingleInstance instance;
     if (!instance.listen()) {

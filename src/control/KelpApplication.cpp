@@ -6,6 +6,7 @@
 #include "desktop/Desktop.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
+#include "triggers/Triggers.h"
 #include "window/TQWindow.h"
 
 #include <QApplication>
@@ -22,6 +23,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     TQWindow panel(catalogue, defaults);
     TQController controller(catalogue, panel, defaults);
     IconThemeFollower iconThemes(catalogue, defaults, desktop().iconThemes);
+    Triggers triggers(controller, catalogue, panel, defaults);
+    triggers.start();
     QObject::connect(&instance, &SingleInstance::requestReceived, &controller,
                      &TQController::handleRequest);
     // exit(), not quit(): the panel hides instead of closing, and must not be able to refuse.
@@ -33,6 +36,7 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
 
     if (request.command == QLatin1String("open")) controller.openFiles(request.files);
     controller.applicationDidFinishLaunching();
+    triggers.applicationDidFinishLaunching();
     return QCoreApplication::exec();
 }
 

@@ -11,12 +11,16 @@ class AppLauncher;
 class AppsOnDisk;
 class Compositing;
 class FileTypeApps;
+class HotKeys;
+class HotSpots;
 class IconSource;
 class IconThemes;
 class LauncherProgress;
 class RunningApplications;
+class StatusTray;
 class WindowControl;
 class WindowHints;
+class WorkspaceCheck;
 
 struct Desktop
 {
@@ -33,6 +37,11 @@ struct Desktop
     std::shared_ptr<LauncherProgress> launcherProgress; // scan progress on the dock (may be null)
     std::shared_ptr<FileTypeApps> fileTypes;  // applications by content type (may be null)
     std::shared_ptr<Compositing> compositing; // a compositor arriving or leaving (may be null)
+    // The triggers: global hot key, cursor hot spot, tray (each null where the desktop has none).
+    std::shared_ptr<HotKeys> hotKeys;
+    std::shared_ptr<HotSpots> hotSpots;
+    std::shared_ptr<StatusTray> statusTray;
+    std::shared_ptr<WorkspaceCheck> workspaceCheck; // is the panel on every workspace
 };
 
 // The services in use; empty members until start-up installs them.

@@ -9,9 +9,13 @@
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/FreedesktopIconThemes.h"
 #include "platform/x11/X11Compositing.h"
+#include "platform/x11/X11HotKeys.h"
+#include "platform/x11/X11HotSpots.h"
 #include "platform/x11/X11RunningApplications.h"
+#include "platform/x11/X11StatusTray.h"
 #include "platform/x11/X11WindowControl.h"
 #include "platform/x11/X11WindowHints.h"
+#include "platform/x11/X11WorkspaceCheck.h"
 
 #include <xcb/xcb.h>
 
@@ -19,9 +23,21 @@ namespace kelp {
 
 namespace {
 
-// What depends on the window system: running applications, window control, window hints and the
-// compositor watch.
-void addWindowSystem(Desktop &services, const QString &platformName)
+// The hot key, the hot spot and the tray, each on a connection of its own.
+void addTriggers(Desktop &services)
+{
+    auto hotKeys = std::make_shared<X11HotKeys>();
+    if (hotKeys->isConnected()) services.hotKeys = hotKeys;
+    auto hotSpots = std::make_shared<X11HotSpots>();
+    if (hotSpots->isConnected()) services.hotSpots = hotSpots;
+    auto tray = std::make_shared<X11StatusTray>();
+    if (tray->isConnected()) services.statusTray = tray;
+    services.workspaceCheck = std::make_shared<X11WorkspaceCheck>();
+}
+
+// What depends on the window system: running applications, window control, window hints, the
+// compositor watch and the triggers.
+void addWindowSystem(Desktop &services, const QString &platformName, bool triggers)
 {
     if (platformName == QLatin1String("xcb")) {
         auto running = std::make_shared<X11RunningApplications>();
@@ -32,6 +48,7 @@ void addWindowSystem(Desktop &services, const QString &platformName)
             if (hints->isConnected()) services.windowHints = hints;
             auto compositing = std::make_shared<X11Compositing>();
             if (compositing->isWatching()) services.compositing = compositing;
+            if (triggers) addTriggers(services);
             return;
         }
     }
@@ -48,7 +65,7 @@ Desktop makeDesktop(const QString &platformName, const DesktopOptions &options)
     services.appsOnDisk = std::make_shared<GioAppsOnDisk>();
     services.launcher = std::make_shared<GioAppLauncher>();
     services.fileTypes = std::make_shared<GioFileTypeApps>();
-    addWindowSystem(services, platformName);
+    addWindowSystem(services, platformName, options.triggers);
     if (options.launcherProgress)
         services.launcherProgress = std::make_shared<GioLauncherProgress>();
     if (options.iconTheme) {

@@ -18,6 +18,8 @@ struct DesktopOptions
     // The scan's progress on Kelp's icon in the dock: for the running Kelp only, since it talks to
     // the session bus.
     bool launcherProgress = false;
+    // The hot key, the hot spot and the tray: for the running Kelp only.
+    bool triggers = false;
 };
 
 // The services for a Qt platform name (QGuiApplication::platformName()). Call on the GUI thread
