@@ -1,5 +1,7 @@
 #include "control/KelpApplication.h"
 
+#include "OpenFeedback/CrashHandler.h"
+#include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
 #include "control/IconThemeFollower.h"
 #include "control/TQController.h"
@@ -15,6 +17,7 @@ namespace kelp {
 int runKelp(SingleInstance &instance, const InstanceRequest &request)
 {
     QApplication::setQuitOnLastWindowClosed(false);
+    CrashHandler::install(crashReportFolder(), QCoreApplication::applicationVersion());
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 
@@ -22,6 +25,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     TQWindow panel(catalogue, defaults);
     TQController controller(catalogue, panel, defaults);
     IconThemeFollower iconThemes(catalogue, defaults, desktop().iconThemes);
+    OpenFeedback feedbackAssistant(defaults);
+    controller.setFeedbackAssistant(&feedbackAssistant);
     QObject::connect(&instance, &SingleInstance::requestReceived, &controller,
                      &TQController::handleRequest);
     // exit(), not quit(): the panel hides instead of closing, and must not be able to refuse.
@@ -33,7 +38,11 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
 
     if (request.command == QLatin1String("open")) controller.openFiles(request.files);
     controller.applicationDidFinishLaunching();
-    return QCoreApplication::exec();
+    feedbackAssistant.start();
+    if (request.command == QLatin1String("feedback")) controller.handleRequest(request);
+    const int status = QCoreApplication::exec();
+    CrashHandler::uninstall();
+    return status;
 }
 
 } // namespace kelp

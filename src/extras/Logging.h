@@ -10,3 +10,4 @@ Q_DECLARE_LOGGING_CATEGORY(lcColour)    // kelp.colour: the Qt side of icon colo
 Q_DECLARE_LOGGING_CATEGORY(lcPlatform)  // kelp.platform: the desktop layer
 Q_DECLARE_LOGGING_CATEGORY(lcIcons)     // kelp.icons: icon loading
 Q_DECLARE_LOGGING_CATEGORY(lcWindow)    // kelp.window: the panel's views
+Q_DECLARE_LOGGING_CATEGORY(lcFeedback)  // kelp.feedback: the feedback form, crash and hang reports
