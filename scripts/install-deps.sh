@@ -12,6 +12,7 @@ packages=(
     desktop-file-utils dpkg-dev
     googletest libgtest-dev libbenchmark-dev
     clang-format
+    binutils git
 )
 if [ "${1:-}" = "--with-bench" ]; then
     packages+=(nodejs npm)

@@ -72,7 +72,7 @@ QString newestReport(const QStringList &crashFolders, const QStringList &hangFol
                      const QDateTime &since)
 {
     QString newest;
-    QDateTime newestTime = QDateTime::fromMSecsSinceEpoch(0, QTimeZone::UTC);
+    QDateTime newestTime = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
     auto consider = [&](const QFileInfo &file) {
         if (file.size() == 0) return;
         const QDateTime modified = file.lastModified();

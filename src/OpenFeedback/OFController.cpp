@@ -130,15 +130,12 @@ OFController::OFController(Defaults &defaults, QNetworkAccessManager &network, Q
     // `git config user.email` heads the list; asked without waiting for it.
     auto *git = new QProcess(this);
     connect(git, &QProcess::finished, this, [this, git] {
+        // An address being written for this report stays; otherwise the first is chosen.
         const QString current = _email->currentText();
-        const QStringList addresses =
-            knownEmailAddresses(QString::fromUtf8(git->readAllStandardOutput()), _defaults);
         _email->clear();
-        _email->addItems(addresses);
-        if (!current.isEmpty() && !_includeEmail->isChecked())
-            _email->setCurrentIndex(0);
-        else if (!current.isEmpty())
-            _email->setCurrentText(current);
+        _email->addItems(
+            knownEmailAddresses(QString::fromUtf8(git->readAllStandardOutput()), _defaults));
+        if (_includeEmail->isChecked()) _email->setEditText(current);
         git->deleteLater();
         updateSendButton();
     });
@@ -297,7 +294,10 @@ void OFController::finishedSending(bool delivered)
 void OFController::showSheet(const QString &context, const QString &message,
                              const QString &informative)
 {
-    if (_sheet) _sheet->close();
+    if (_sheet) {
+        _sheet->disconnect(this);
+        _sheet->close();
+    }
     auto *box = new QMessageBox(QMessageBox::NoIcon, message, message, QMessageBox::Ok, this);
     box->setObjectName(context);
     box->setInformativeText(informative);

@@ -98,10 +98,11 @@ void OpenFeedback::checkForCrashReports()
             const QString path = newestReport(crash, hang, since);
             QString text;
             if (!path.isEmpty()) {
-                // A report dated in the future would count at every start: it is dated now instead.
+                // A report dated in the future would count at every start: it is dated just
+                // before this look instead.
                 QFile file(path);
                 if (QFileInfo(path).lastModified() > now && file.open(QIODevice::ReadWrite))
-                    file.setFileTime(now, QFileDevice::FileModificationTime);
+                    file.setFileTime(now.addSecs(-1), QFileDevice::FileModificationTime);
                 text = readReport(path);
             }
             QMetaObject::invokeMethod(

@@ -1,6 +1,8 @@
 #include "control/KelpApplication.h"
 
 #include "OpenFeedback/CrashHandler.h"
+#include "OpenFeedback/CrashReports.h"
+#include "OpenFeedback/HangWatchdog.h"
 #include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
 #include "control/IconThemeFollower.h"
@@ -18,6 +20,7 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
 {
     QApplication::setQuitOnLastWindowClosed(false);
     CrashHandler::install(crashReportFolder(), QCoreApplication::applicationVersion());
+    HangWatchdog watchdog(hangReportFolder());
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 

@@ -113,7 +113,8 @@ TEST_F(CrashEndToEnd, CrashLeavesAReportThatTheNextStartOffersOnce)
     EXPECT_TRUE(crashes[0].startsWith(QStringLiteral("Kelp_")));
     const QByteArray report =
         readFile(home.filePath(QStringLiteral("state/Kelp/crashes/")) + crashes[0]);
-    EXPECT_TRUE(report.startsWith("Kelp crash report\nSignal: 11 (SIGSEGV)\n")) << report.left(200);
+    EXPECT_TRUE(report.startsWith("Kelp crash report\nSignal: 11 (SIGSEGV)\n"))
+        << report.left(200).constData();
     EXPECT_TRUE(report.contains("\nStack:\n0x"));
     EXPECT_TRUE(report.contains("\nModules:\n"));
     EXPECT_TRUE(report.contains("/kelp\n")) << "the module map names Kelp's own program";

@@ -3,12 +3,18 @@
 #include "support/TestSupport.h"
 
 #include "OpenFeedback/CrashReports.h"
+#include "OpenFeedback/HangWatchdog.h"
 #include "OpenFeedback/OpenFeedback.h"
 #include "settings/Defaults.h"
 
 #include <QPlainTextEdit>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTabBar>
+#include <QTest>
+#include <QTimer>
+
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -134,6 +140,24 @@ TEST_F(Reports, EachReportIsOfferedOnceOnTheCrashForm)
     ASSERT_TRUE(checked.wait());
     EXPECT_EQ(checked.at(1).at(0).toString(), QString());
     EXPECT_FALSE(reporter.isFeedbackWindowVisible());
+}
+
+TEST_F(Reports, BlockedGuiThreadLeavesOneHangReportWithItsStack)
+{
+    HangWatchdog watchdog(hangs(), std::chrono::milliseconds(300));
+    // Idle: no report however long it lasts.
+    QTest::qWait(700);
+    EXPECT_EQ(watchdog.reportsWritten(), 0);
+    QTimer::singleShot(0, [] { std::this_thread::sleep_for(std::chrono::milliseconds(1200)); });
+    ASSERT_TRUE(waitUntil([&] { return watchdog.reportsWritten() > 0; }, 5000));
+    QTest::qWait(500);
+    EXPECT_EQ(watchdog.reportsWritten(), 1) << "one report per hang";
+    const QString path = newestReport({}, {hangs()}, QDateTime());
+    ASSERT_FALSE(path.isEmpty());
+    const QByteArray report = readFile(path);
+    EXPECT_TRUE(report.startsWith("Kelp hang report\n"));
+    EXPECT_TRUE(report.contains("\nStack:\n0x")) << "the GUI thread's stack was taken";
+    EXPECT_TRUE(report.contains("\nModules:\n"));
 }
 
 } // namespace

@@ -53,7 +53,7 @@ protected:
     {
         QSignalSpy finished(form.get(), &OFController::sendFinished);
         EXPECT_TRUE(form->sendButton()->isEnabled());
-        QTest::mouseClick(form->sendButton(), Qt::LeftButton);
+        form->sendButton()->click();
         EXPECT_TRUE(finished.wait(35000));
         return form->sheet();
     }
@@ -98,13 +98,16 @@ TEST_F(FeedbackForm, EachKindOfReportPostsItsFieldsUrlEncoded)
     EXPECT_TRUE(outbox::reports().isEmpty());
     // The address used is offered again next time.
     EXPECT_EQ(defaults.value(Key::FeedbackEmailAddress), QStringLiteral("x+y@example.org"));
+    // Ending the sheet closes the window.
+    sheet->button(QMessageBox::Ok)->click();
+    EXPECT_TRUE(waitUntil([&] { return !form->isVisible(); }));
 
     // A feature request without the address: no email field, the importance sent.
     form->emailCheckBox()->setChecked(false);
     form->presentSegment(1);
     type(form->txtFeature(), QStringLiteral("Dark panel"));
     form->importance()->setCurrentIndex(2);
-    send();
+    send()->button(QMessageBox::Ok)->click();
     ASSERT_EQ(server.requests.size(), 2);
     EXPECT_EQ(server.requests[1].body,
               common() + "&type=feature&message=Dark%20panel&importance=High");
@@ -113,7 +116,7 @@ TEST_F(FeedbackForm, EachKindOfReportPostsItsFieldsUrlEncoded)
     form->presentSegment(2);
     type(form->txtWhatHappened(), QStringLiteral("It opened"));
     form->criticalBox()->setChecked(true);
-    send();
+    send()->button(QMessageBox::Ok)->click();
     ASSERT_EQ(server.requests.size(), 3);
     EXPECT_EQ(server.requests[2].body,
               common() + "&type=bug&message=What%20did%20you%20expect%20to%20happen%3F%0AIt%20"
@@ -222,7 +225,7 @@ TEST_F(FeedbackForm, DelegateMayStopAReportAndNoAddressSendsNothing)
     });
     form->presentSegment(0);
     type(form->txtQuestion(), QStringLiteral("Stop me"));
-    QTest::mouseClick(form->sendButton(), Qt::LeftButton);
+    form->sendButton()->click();
     EXPECT_FALSE(form->isVisible());
     EXPECT_TRUE(seen.contains({QStringLiteral("message"), QStringLiteral("Stop me")}));
 
@@ -232,7 +235,7 @@ TEST_F(FeedbackForm, DelegateMayStopAReportAndNoAddressSendsNothing)
     form->presentSegment(0);
     QTest::ignoreMessage(QtWarningMsg,
                          "OpenFeedback Error: You must set OFSubmitFeedbackURL in Info.plist");
-    QTest::mouseClick(form->sendButton(), Qt::LeftButton);
+    form->sendButton()->click();
     QTest::qWait(200);
     EXPECT_TRUE(server.requests.isEmpty());
     EXPECT_TRUE(outbox::reports().isEmpty());
