@@ -129,6 +129,9 @@ TEST_F(CrashEndToEnd, CrashLeavesAReportThatTheNextStartOffersOnce)
     start();
     QTest::qWait(3000);
     EXPECT_FALSE(visible(QStringLiteral("Kelp Feedback")));
+    // A later `kelp --feedback` opens the form in the running Kelp.
+    EXPECT_EQ(runKelp(QStringLiteral(KELP_BINARY), {QStringLiteral("--feedback")}, env).status, 0);
+    EXPECT_TRUE(waitUntil([this] { return visible(QStringLiteral("Kelp Feedback")); }, 10000));
     // The running Kelp's own report file exists only while it runs, and stays empty.
     TearDown();
     EXPECT_EQ(reports().size(), 1);
