@@ -155,7 +155,14 @@ OFController::OFController(Defaults &defaults, QNetworkAccessManager &network, Q
     updateSendButton();
 }
 
-OFController::~OFController() = default;
+OFController::~OFController()
+{
+    // A `git` still running must not report into a window being taken apart.
+    for (QProcess *git : findChildren<QProcess *>()) {
+        git->disconnect(this);
+        delete git;
+    }
+}
 
 QPlainTextEdit *OFController::firstField(int tag) const
 {

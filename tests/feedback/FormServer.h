@@ -1,6 +1,6 @@
 #pragma once
 // A web form for the feedback tests: a real HTTP/1.1 server on a local port that keeps every
-// request it receives and answers with the status it is told, or never answers.
+// request it receives and answers with the status it is told.
 #include <QHostAddress>
 #include <QList>
 #include <QMap>
@@ -21,7 +21,6 @@ class FormServer : public QObject
 {
 public:
     int status = 200;
-    bool answers = true;
     QList<FormRequest> requests;
 
     bool listen(quint16 port = 0) { return _server.listen(QHostAddress::LocalHost, port); }
@@ -65,7 +64,6 @@ private:
         request.body = data.mid(end + 4, length);
         _pending.remove(socket);
         requests.append(request);
-        if (!answers) return;
         socket->write("HTTP/1.1 " + QByteArray::number(status) +
                       " Answer\r\nContent-Length: 2\r\nConnection: close\r\n\r\nok");
         socket->disconnectFromHost();
