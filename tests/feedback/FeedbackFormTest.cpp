@@ -233,9 +233,14 @@ TEST_F(FeedbackForm, DelegateMayStopAReportAndNoAddressSendsNothing)
     form->setDelegate({});
     form->setUrl(QUrl());
     form->presentSegment(0);
-    QTest::ignoreMessage(QtWarningMsg,
-                         "OpenFeedback Error: You must set OFSubmitFeedbackURL in Info.plist");
+    static QStringList logged;
+    logged.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext &, const QString &text) { logged.append(text); });
     form->sendButton()->click();
+    qInstallMessageHandler(previous);
+    EXPECT_EQ(logged, QStringList{QStringLiteral(
+                          "OpenFeedback Error: You must set OFSubmitFeedbackURL in Info.plist")});
     QTest::qWait(200);
     EXPECT_TRUE(server.requests.isEmpty());
     EXPECT_TRUE(outbox::reports().isEmpty());
