@@ -10,6 +10,8 @@
 #include <QProcess>
 #include <QStandardPaths>
 
+#include <algorithm>
+
 namespace kelp {
 namespace {
 
@@ -68,19 +70,16 @@ QString hangReportFolder()
     return kelpStateDirectory() + QStringLiteral("/hangs");
 }
 
-QString newestReport(const QStringList &crashFolders, const QStringList &hangFolders,
-                     const QDateTime &since)
+QStringList newReports(const QStringList &crashFolders, const QStringList &hangFolders,
+                       const QDateTime &since)
 {
-    QString newest;
-    QDateTime newestTime = QDateTime::fromMSecsSinceEpoch(0, Qt::UTC);
+    QList<QFileInfo> found;
     auto consider = [&](const QFileInfo &file) {
         if (file.size() == 0) return;
         const QDateTime modified = file.lastModified();
+        // A report whose time cannot be read counts.
         if (since.isValid() && modified.isValid() && modified < since) return;
-        if (newest.isEmpty() || (modified.isValid() && modified > newestTime)) {
-            newest = file.filePath();
-            if (modified.isValid()) newestTime = modified;
-        }
+        found.append(file);
     };
     for (const QString &folder : crashFolders) {
         QDirIterator it(folder, {QStringLiteral("Kelp_*.crash")}, QDir::Files,
@@ -97,7 +96,19 @@ QString newestReport(const QStringList &crashFolders, const QStringList &hangFol
             consider(it.fileInfo());
         }
     }
-    return newest;
+    std::stable_sort(found.begin(), found.end(), [](const QFileInfo &a, const QFileInfo &b) {
+        return a.lastModified() > b.lastModified();
+    });
+    QStringList paths;
+    for (const QFileInfo &file : found)
+        paths.append(file.filePath());
+    return paths;
+}
+
+QString newestReport(const QStringList &crashFolders, const QStringList &hangFolders,
+                     const QDateTime &since)
+{
+    return newReports(crashFolders, hangFolders, since).value(0);
 }
 
 QString readReport(const QString &path)

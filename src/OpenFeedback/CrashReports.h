@@ -15,6 +15,9 @@ QString hangReportFolder();
 // not older than `since` (every one when `since` is invalid); empty when there is none.
 QString newestReport(const QStringList &crashFolders, const QStringList &hangFolders,
                      const QDateTime &since);
+// Every such report, newest first.
+QStringList newReports(const QStringList &crashFolders, const QStringList &hangFolders,
+                       const QDateTime &since);
 
 // The report as text to show: at most its last 256 KB, anything that is not text replaced, and
 // for a crash report the names of its stack addresses where `addr2line` finds them. Empty when

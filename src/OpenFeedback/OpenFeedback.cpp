@@ -93,30 +93,31 @@ void OpenFeedback::checkForCrashReports()
     // Each report is offered once: the next look starts from now, whatever this one finds.
     _defaults.setValue(Key::LastCrashCheckTime, now);
     QPointer<OpenFeedback> self(this);
-    QThreadPool::globalInstance()->start(
-        [self, since, now, crash = _crashFolders, hang = _hangFolders] {
-            const QString path = newestReport(crash, hang, since);
-            QString text;
-            if (!path.isEmpty()) {
-                // A report dated in the future would count at every start: it is dated just
-                // before this look instead.
-                QFile file(path);
-                if (QFileInfo(path).lastModified() > now && file.open(QIODevice::ReadWrite))
-                    file.setFileTime(now.addSecs(-1), QFileDevice::FileModificationTime);
-                text = readReport(path);
-            }
-            QMetaObject::invokeMethod(
-                self.get(),
-                [self, path, text] {
-                    if (!self) return;
-                    if (!path.isEmpty()) {
-                        qCInfo(lcFeedback) << "Offering the report" << path;
-                        self->presentFeedbackPanelForCrash(text);
-                    }
-                    Q_EMIT self->crashCheckFinished(path);
-                },
-                Qt::QueuedConnection);
-        });
+    QThreadPool::globalInstance()->start([self, since, now, crash = _crashFolders,
+                                          hang = _hangFolders] {
+        const QStringList found = newReports(crash, hang, since);
+        const QString path = found.value(0);
+        const QString text = path.isEmpty() ? QString() : readReport(path);
+        // The settings keep the look's time to the second, and a report dated in the future
+        // would count at every start: every report seen now is dated a second before this
+        // look, so that none counts again.
+        for (const QString &seen : found) {
+            QFile file(seen);
+            if (QFileInfo(seen).lastModified() > now.addSecs(-1) && file.open(QIODevice::ReadWrite))
+                file.setFileTime(now.addSecs(-1), QFileDevice::FileModificationTime);
+        }
+        QMetaObject::invokeMethod(
+            self.get(),
+            [self, path, text] {
+                if (!self) return;
+                if (!path.isEmpty()) {
+                    qCInfo(lcFeedback) << "Offering the report" << path;
+                    self->presentFeedbackPanelForCrash(text);
+                }
+                Q_EMIT self->crashCheckFinished(path);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 void OpenFeedback::sendOutbox()
