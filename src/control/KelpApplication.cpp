@@ -13,6 +13,9 @@
 #include "window/TQWindow.h"
 
 #include <QApplication>
+#include <QTimer>
+
+#include <thread>
 
 namespace kelp {
 
@@ -42,6 +45,14 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     if (request.command == QLatin1String("open")) controller.openFiles(request.files);
     controller.applicationDidFinishLaunching();
     feedbackAssistant.start();
+#ifdef KELP_TEST_HOOKS
+    // Test builds only: $KELP_TEST_BLOCK_GUI_MS blocks the GUI thread that long, once, a second
+    // after start.
+    if (const int blockMs = qEnvironmentVariableIntValue("KELP_TEST_BLOCK_GUI_MS"); blockMs > 0)
+        QTimer::singleShot(1000, qApp, [blockMs] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(blockMs));
+        });
+#endif
     if (request.command == QLatin1String("feedback")) controller.handleRequest(request);
     const int status = QCoreApplication::exec();
     CrashHandler::uninstall();

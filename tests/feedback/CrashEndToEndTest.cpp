@@ -137,4 +137,24 @@ TEST_F(CrashEndToEnd, CrashLeavesAReportThatTheNextStartOffersOnce)
     EXPECT_EQ(reports().size(), 1);
 }
 
+TEST_F(CrashEndToEnd, BlockedKelpLeavesAHangReportThatTheNextStartOffers)
+{
+    env.insert(QStringLiteral("KELP_TEST_BLOCK_GUI_MS"), QStringLiteral("7000"));
+    start();
+    const QDir hangs(home.filePath(QStringLiteral("state/Kelp/hangs")));
+    ASSERT_TRUE(waitUntil(
+        [&] { return !hangs.entryList({QStringLiteral("*.hang")}, QDir::Files).isEmpty(); }, 20000))
+        << "no hang report";
+    const QString name = hangs.entryList({QStringLiteral("*.hang")}, QDir::Files).value(0);
+    const QByteArray report = readFile(hangs.filePath(name));
+    EXPECT_TRUE(report.startsWith("Kelp hang report\n")) << report.left(200).constData();
+    EXPECT_TRUE(report.contains("\nStack:\n0x")) << "the GUI thread's stack was taken";
+    TearDown();
+
+    env.remove(QStringLiteral("KELP_TEST_BLOCK_GUI_MS"));
+    start();
+    EXPECT_TRUE(waitUntil([this] { return visible(QStringLiteral("Kelp Feedback")); }, 20000))
+        << "the hang report was not offered";
+}
+
 } // namespace
