@@ -139,11 +139,11 @@ TEST_F(CrashEndToEnd, CrashLeavesAReportThatTheNextStartOffersOnce)
 
 TEST_F(CrashEndToEnd, BlockedKelpLeavesAHangReportThatTheNextStartOffers)
 {
-    env.insert(QStringLiteral("KELP_TEST_BLOCK_GUI_MS"), QStringLiteral("7000"));
+    env.insert(QStringLiteral("KELP_TEST_BLOCK_GUI_MS"), QStringLiteral("12000"));
     start();
     const QDir hangs(home.filePath(QStringLiteral("state/Kelp/hangs")));
     ASSERT_TRUE(waitUntil(
-        [&] { return !hangs.entryList({QStringLiteral("*.hang")}, QDir::Files).isEmpty(); }, 20000))
+        [&] { return !hangs.entryList({QStringLiteral("*.hang")}, QDir::Files).isEmpty(); }, 30000))
         << "no hang report";
     const QString name = hangs.entryList({QStringLiteral("*.hang")}, QDir::Files).value(0);
     const QByteArray report = readFile(hangs.filePath(name));
