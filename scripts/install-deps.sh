@@ -14,6 +14,7 @@ packages=(
     googletest libgtest-dev libbenchmark-dev
     clang-format
     clang libclang-rt-14-dev
+    binutils git
 )
 if [ "${1:-}" = "--with-bench" ]; then
     packages+=(nodejs npm)

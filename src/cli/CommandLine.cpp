@@ -48,9 +48,11 @@ Command parseCommandLine(const QStringList &arguments)
     const QCommandLineOption showOption(QStringLiteral("show"), tr("Show the panel."));
     const QCommandLineOption hideOption(QStringLiteral("hide"), tr("Hide the panel."));
     const QCommandLineOption quitOption(QStringLiteral("quit"), tr("Quit the running Kelp."));
+    const QCommandLineOption feedbackOption(QStringLiteral("feedback"),
+                                            tr("Open Kelp's feedback form."));
     for (const QCommandLineOption *option :
-         {&toggleOption, &showOption, &hideOption, &quitOption, &printOption, &rescanOption,
-          &iconsOption, &analyzeOption, &setOption})
+         {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &printOption,
+          &rescanOption, &iconsOption, &analyzeOption, &setOption})
         parser.addOption(*option);
     parser.addPositionalArgument(QStringLiteral("images"),
                                  tr("With --analyze-colours: image files."),
@@ -92,7 +94,7 @@ Command parseCommandLine(const QStringList &arguments)
     for (const auto &[option, request] :
          {std::pair{&toggleOption, "toggle"}, std::pair{&showOption, "show"},
           std::pair{&hideOption, "hide"}, std::pair{&quitOption, "quit"},
-          std::pair{&rescanOption, "rescan"}}) {
+          std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"}}) {
         if (parser.isSet(*option)) {
             command.request.command = QLatin1String(request);
             ++requests;

@@ -1,9 +1,11 @@
 #pragma once
 // The kelp command line, read into one Command: which of Kelp's commands to run, and with what.
 //
-//   kelp [--toggle | --show | --hide | --rescan | --quit | FILE...]   a request for the running
-//   Kelp kelp --print-catalogue [--rescan] [--icons]                         the catalogue as JSON
-//   kelp --analyze-colours [--set key=value ...] IMAGE...               image colours as JSON
+// A request for the running Kelp:
+//   kelp [--toggle | --show | --hide | --rescan | --quit | --feedback | FILE...]
+// The tools:
+//   kelp --print-catalogue [--rescan] [--icons]            the catalogue as JSON
+//   kelp --analyze-colours [--set key=value ...] IMAGE...  image colours as JSON
 //   kelp --help | --version
 #include "control/SingleInstance.h"
 

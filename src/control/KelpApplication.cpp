@@ -1,5 +1,9 @@
 #include "control/KelpApplication.h"
 
+#include "OpenFeedback/CrashHandler.h"
+#include "OpenFeedback/CrashReports.h"
+#include "OpenFeedback/HangWatchdog.h"
+#include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
 #include "control/IconThemeFollower.h"
 #include "control/TQController.h"
@@ -10,12 +14,17 @@
 #include "window/TQWindow.h"
 
 #include <QApplication>
+#include <QTimer>
+
+#include <thread>
 
 namespace kelp {
 
 int runKelp(SingleInstance &instance, const InstanceRequest &request)
 {
     QApplication::setQuitOnLastWindowClosed(false);
+    CrashHandler::install(crashReportFolder(), QCoreApplication::applicationVersion());
+    HangWatchdog watchdog(hangReportFolder());
     Defaults &defaults = Defaults::standard();
     registerAllDefaults(defaults);
 
@@ -25,6 +34,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     IconThemeFollower iconThemes(catalogue, defaults, desktop().iconThemes);
     Triggers triggers(controller, catalogue, panel, defaults);
     triggers.start();
+    OpenFeedback feedbackAssistant(defaults);
+    controller.setFeedbackAssistant(&feedbackAssistant);
     QObject::connect(&instance, &SingleInstance::requestReceived, &controller,
                      &TQController::handleRequest);
     // exit(), not quit(): the panel hides instead of closing, and must not be able to refuse.
@@ -37,7 +48,19 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     if (request.command == QLatin1String("open")) controller.openFiles(request.files);
     controller.applicationDidFinishLaunching();
     triggers.applicationDidFinishLaunching();
-    return QCoreApplication::exec();
+    feedbackAssistant.start();
+#ifdef KELP_TEST_HOOKS
+    // Test builds only: $KELP_TEST_BLOCK_GUI_MS blocks the GUI thread that long, once, a second
+    // after start.
+    if (const int blockMs = qEnvironmentVariableIntValue("KELP_TEST_BLOCK_GUI_MS"); blockMs > 0)
+        QTimer::singleShot(1000, qApp, [blockMs] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(blockMs));
+        });
+#endif
+    if (request.command == QLatin1String("feedback")) controller.handleRequest(request);
+    const int status = QCoreApplication::exec();
+    CrashHandler::uninstall();
+    return status;
 }
 
 } // namespace kelp

@@ -27,7 +27,7 @@ namespace {
 const QStringList kCommands = {QStringLiteral("reopen"), QStringLiteral("toggle"),
                                QStringLiteral("show"),   QStringLiteral("hide"),
                                QStringLiteral("rescan"), QStringLiteral("quit"),
-                               QStringLiteral("open")};
+                               QStringLiteral("open"),   QStringLiteral("feedback")};
 constexpr qint64 kMaxRequest = 1 << 20;
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "control/TQController.h"
 
+#include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
 #include "control/SingleInstance.h"
 #include "desktop/Desktop.h"
@@ -74,6 +75,8 @@ void TQController::showMainWindow()
 
 void TQController::hideMainWindow()
 {
+    if (_feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible())
+        _feedbackAssistant->closeFeedbackWindow();
     if (mainWindowIsVisible()) _panel.hide();
 }
 
@@ -292,7 +295,20 @@ void TQController::handleRequest(const InstanceRequest &request)
         openFiles(request.files);
         activate();
         applicationOpenUntitledFile();
+    } else if (request.command == QLatin1String("feedback")) {
+        openFeedback();
     }
+}
+
+void TQController::openFeedback()
+{
+    activate();
+    if (_feedbackAssistant) _feedbackAssistant->presentFeedbackPanelForFeature();
+}
+
+bool TQController::isFeedbackWindowVisible() const
+{
+    return _feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible();
 }
 
 } // namespace kelp

@@ -13,6 +13,7 @@
 namespace kelp {
 
 class Defaults;
+class OpenFeedback;
 class TQAppManager;
 class TQWindow;
 struct InstanceRequest;
@@ -66,6 +67,12 @@ public:
     // The catalogue's scan progress, shown on Kelp's dock icon (unless Kelp keeps out of the dock).
     void showProgressStep(int step, int count);
 
+    // The feedback reporter that `kelp --feedback` opens and hiding closes (none in tests).
+    void setFeedbackAssistant(OpenFeedback *assistant) { _feedbackAssistant = assistant; }
+    // The feedback window, on its feature form (the menus, `kelp --feedback`).
+    void openFeedback();
+    bool isFeedbackWindowVisible() const;
+
     // A request from a later `kelp`.
     void handleRequest(const kelp::InstanceRequest &request);
 
@@ -83,6 +90,7 @@ private:
     TQAppManager &_catalogue;
     TQWindow &_panel;
     Defaults &_defaults;
+    OpenFeedback *_feedbackAssistant = nullptr;
     QTimer _windowCloseTimer;
     QTimer _focusLossTimer; // a focus loss counts once it has lasted this long
     QDateTime _didBecomeActiveDate;

@@ -11,3 +11,4 @@ Q_DECLARE_LOGGING_CATEGORY(lcPlatform)  // kelp.platform: the desktop layer
 Q_DECLARE_LOGGING_CATEGORY(lcIcons)     // kelp.icons: icon loading
 Q_DECLARE_LOGGING_CATEGORY(lcWindow)    // kelp.window: the panel's views
 Q_DECLARE_LOGGING_CATEGORY(lcTriggers) // kelp.triggers: hot key, hot spot, tray icon, access alerts
+Q_DECLARE_LOGGING_CATEGORY(lcFeedback) // kelp.feedback: the feedback form, crash and hang reports

@@ -74,6 +74,7 @@
     /* Stored by Kelp, never registered. */                                                        \
     X(ApplicationLaunchCount,          applicationLaunchCount,          qint64,       Program,     qint64(0))    \
     X(LastCrashCheckTime,              WFLastCrashCheckTime,            QDateTime,    Program,     QDateTime())  \
+    X(FeedbackEmailAddress,            OFLastEmailAddress,              QString,      Program,     QString())    \
     /* The folder list of older versions (plain paths), moved to searchDirectories at start. */    \
     X(ScanDirectories,                 scanDirectories,                 QVariantList, Program,     QVariantList())
 // clang-format on

@@ -20,6 +20,7 @@ std::vector<MainMenuItem> mainMenuItems()
         {MenuAction::ShowHide, tr("Show/Hide Kelp")},
         {MenuAction::Rescan, tr("Rescan Applications")},
         {MenuAction::AutoExclude, tr("Exclude Applications Automatically…")},
+        {MenuAction::Feedback, tr("Send Feedback…")},
         {MenuAction::Quit, tr("Quit Kelp")},
     };
 }

@@ -301,7 +301,8 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
     menu->setWindowTitle(tr("Kelp Menu"));
-    const OpenWindows open; // the preferences, feedback and welcome windows do not exist yet
+    OpenWindows open; // the preferences and welcome windows do not exist yet
+    open.feedback = _controller.isFeedbackWindowVisible();
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
         if (entry.separator) {
             menu->addSeparator();
@@ -329,6 +330,9 @@ void Triggers::performMenuAction(MenuAction action)
         break;
     case MenuAction::AutoExclude:
         autoExcludeApps();
+        break;
+    case MenuAction::Feedback:
+        _controller.openFeedback();
         break;
     case MenuAction::Quit:
         quitApp();
