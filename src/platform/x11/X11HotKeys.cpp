@@ -8,10 +8,18 @@
 #include <X11/keysym.h>
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
-// xkb.h names a field `explicit`; C++ keeps that word for itself.
+// xkb.h names a field `explicit`; C++ keeps that word for itself. (clang warns about redefining
+// a keyword, which is the point here.)
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wkeyword-macro"
+#endif
 #define explicit xkb_explicit
 #include <xcb/xkb.h>
 #undef explicit
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
 #include <cstdlib>
 #include <set>
