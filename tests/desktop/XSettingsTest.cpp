@@ -164,14 +164,8 @@ TEST(XSettingsWatch, ARunningKelpReloadsItsIconsWhenTheDesktopThemeChanges)
     manager.start(QStringLiteral("xsettingsd"), {QStringLiteral("-c"), config});
     ASSERT_TRUE(manager.waitForStarted());
 
-    QProcessEnvironment env = privateHomeEnvironment(home.path());
-    env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
-    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("run")));
+    QProcessEnvironment env = displayHomeEnvironment(home.path());
     env.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
-    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    QDir().mkpath(home.filePath(QStringLiteral("run")));
-    QFile::setPermissions(home.filePath(QStringLiteral("run")),
-                          QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QProcess kelp;
     kelp.setProcessEnvironment(env);
     kelp.setProcessChannelMode(QProcess::MergedChannels);

@@ -34,10 +34,6 @@ protected:
             if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
                 GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
-        const QString runtime = home.filePath(QStringLiteral("runtime"));
-        QDir().mkpath(runtime);
-        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                           QFileDevice::ExeOwner);
         for (const char *name : {"alpha", "beta", "gamma"})
             ASSERT_TRUE(writeFile(entry(QLatin1String(name)),
                                   "[Desktop Entry]\nType=Application\nName=" + QByteArray(name) +
@@ -60,16 +56,9 @@ protected:
         ASSERT_EQ(QProcess::execute(QStringLiteral("update-desktop-database"),
                                     {home.filePath(QStringLiteral("data/applications"))}),
                   0);
-        env = privateHomeEnvironment(home.path());
-        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                              "<key>groupToShowWhenWindowOpens</key><integer>8</integer>"
-                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        env = displayHomeEnvironment(home.path());
+        ASSERT_TRUE(writeScanSettings(home.path(),
+                                      "<key>groupToShowWhenWindowOpens</key><integer>8</integer>"));
     }
 
     void TearDown() override

@@ -34,10 +34,6 @@ protected:
             if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
                 GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
-        QDir().mkpath(home.filePath(QStringLiteral("runtime")));
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                  QFileDevice::ExeOwner);
         // The only application Kelp finds: a real clock, under a name whose letters are known.
         ASSERT_TRUE(
             writeFile(home.filePath(QStringLiteral("data/applications/zebra-clock.desktop")),
@@ -46,18 +42,11 @@ protected:
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"
                               "Icon=utilities-terminal\n"));
-        env = privateHomeEnvironment(home.path());
-        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
+        env = displayHomeEnvironment(home.path());
         env.insert(QStringLiteral("XDG_DATA_DIRS"),
                    home.filePath(QStringLiteral("machine")) + QStringLiteral(":/usr/share"));
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
         // Only the entries above: the machine's own applications stay out of the scan.
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        ASSERT_TRUE(writeScanSettings(home.path()));
     }
 
     void TearDown() override

@@ -72,10 +72,6 @@ protected:
             if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
                 GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
-        QDir().mkpath(home.filePath(QStringLiteral("runtime")));
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                  QFileDevice::ExeOwner);
         // Two applications: a terminal (sorted first) and a clock, each a real program.
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"
@@ -84,17 +80,10 @@ protected:
             writeFile(home.filePath(QStringLiteral("data/applications/zebra-clock.desktop")),
                       "[Desktop Entry]\nType=Application\nName=Zebra Clock\n"
                       "Exec=xclock -name zebraclock\nIcon=applications-system\n"));
-        env = privateHomeEnvironment(home.path());
-        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
+        env = displayHomeEnvironment(home.path());
         env.insert(QStringLiteral("XDG_DATA_DIRS"),
                    home.filePath(QStringLiteral("machine")) + QStringLiteral(":/usr/share"));
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        ASSERT_TRUE(writeScanSettings(home.path()));
         x(QStringLiteral("xsetroot"), {QStringLiteral("-solid"), kDesktop.name()});
         // The pointer starts away from where the panel opens.
         x(QStringLiteral("xdotool"),

@@ -29,23 +29,12 @@ protected:
             if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
                 GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
-        QDir().mkpath(home.filePath(QStringLiteral("runtime")));
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                  QFileDevice::ExeOwner);
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"));
-        env = privateHomeEnvironment(home.path());
-        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
+        env = displayHomeEnvironment(home.path());
         env.insert(QStringLiteral("XDG_STATE_HOME"), home.filePath(QStringLiteral("state")));
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
         env.remove(QStringLiteral("KELP_FEEDBACK_URL"));
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        ASSERT_TRUE(writeScanSettings(home.path()));
     }
 
     void TearDown() override

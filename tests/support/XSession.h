@@ -2,8 +2,10 @@
 #include "support/TestSupport.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -143,5 +145,31 @@ public:
     QProcess xvfb;
     QProcess openbox;
 };
+
+// The environment of a Kelp started on the test's X server from a private home: the home's XDG
+// folders, a runtime folder of its own (mode 0700), the display, and Qt's platform left to Kelp.
+inline QProcessEnvironment displayHomeEnvironment(const QString &home)
+{
+    const QString runtime = home + QStringLiteral("/runtime");
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QProcessEnvironment env = privateHomeEnvironment(home);
+    env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    return env;
+}
+
+// Kelp's settings in a private home: the home's applications folder as the only scan folder, and
+// `more` (plist dictionary entries) besides.
+inline bool writeScanSettings(const QString &home, const QByteArray &more = {})
+{
+    return writeFile(home + QStringLiteral("/config/Kelp/Kelp.plist"),
+                     "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + more +
+                         "<key>searchDirectories</key><array><dict><key>path</key><string>" +
+                         (home + QStringLiteral("/data/applications")).toUtf8() +
+                         "</string></dict></array></dict></plist>");
+}
 
 } // namespace kelp::test

@@ -40,18 +40,11 @@ protected:
             if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
                 GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
-        QDir().mkpath(home.filePath(QStringLiteral("runtime")));
-        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                  QFileDevice::ExeOwner);
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/clock.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Zebra Clock\n"
                               "Exec=xclock\n"));
-        env = privateHomeEnvironment(home.path());
-        env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.filePath(QStringLiteral("runtime")));
+        env = displayHomeEnvironment(home.path());
         env.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("kelp.triggers.debug=true"));
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
         xdo({QStringLiteral("mousemove"), QStringLiteral("640"), QStringLiteral("400")});
     }
 
@@ -72,16 +65,11 @@ protected:
     // Settings as a plist dictionary body, besides the scan folder.
     void startKelp(const QByteArray &settings, const QString &readyLine)
     {
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" +
-                                  (settings.contains("showWindowAtLaunch")
-                                       ? QByteArray()
-                                       : QByteArray("<key>showWindowAtLaunch</key><false/>")) +
-                                  settings +
-                                  "<key>searchDirectories</key><array><dict><key>path</key>"
-                                  "<string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        ASSERT_TRUE(writeScanSettings(home.path(),
+                                      (settings.contains("showWindowAtLaunch")
+                                           ? QByteArray()
+                                           : QByteArray("<key>showWindowAtLaunch</key><false/>")) +
+                                          settings));
         kelp.setProcessEnvironment(env);
         kelp.setProcessChannelMode(QProcess::SeparateChannels);
         kelp.start(QStringLiteral(KELP_BINARY), {});
