@@ -13,30 +13,13 @@ kelp="$build/src/kelp"
 first_map="$build/bench/launcher/first-map"
 [ -x "$kelp" ] && [ -x "$first_map" ] || { echo "build kelp and first-map in $build" >&2; exit 1; }
 
-work="$(mktemp -d)"
-xvfb_pid=
-trap 'kill $(jobs -p) $xvfb_pid 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$work/runtime" "$work/data/applications" "$work/config/Kelp" "$work/config/gtk-3.0"
-chmod 700 "$work/runtime"
-icons=(utilities-terminal accessories-calculator accessories-text-editor system-file-manager \
-       web-browser help-browser preferences-system applications-games multimedia-volume-control)
-for i in $(seq 1 "$entries"); do
-    printf '[Desktop Entry]\nType=Application\nName=Application %s\nExec=true\nIcon=%s\n' \
-        "$i" "${icons[$((i % ${#icons[@]}))]}" > "$work/data/applications/app$i.desktop"
-done
+source "$(dirname "$0")/private-session.sh"
+private_home "$entries" "$work/data:/usr/share"
+mkdir -p "$work/config/gtk-3.0"
 printf '[Settings]\ngtk-icon-theme-name=Papirus\n' > "$work/config/gtk-3.0/settings.ini"
 printf '<?xml version="1.0"?><plist version="1.0"><dict><key>searchDirectories</key><array><dict><key>path</key><string>%s</string></dict></array><key>groupToShowWhenWindowOpens</key><integer>5</integer></dict></plist>' \
     "$work/data/applications" > "$work/config/Kelp/Kelp.plist"
-
-mkfifo "$work/displayfd"
-Xvfb -displayfd 3 -screen 0 1920x1080x24 -nolisten tcp 3> "$work/displayfd" 2>/dev/null &
-xvfb_pid=$!
-read -r display < "$work/displayfd"
-export DISPLAY=":$display" HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data" \
-       XDG_CONFIG_HOME="$work/config" XDG_CACHE_HOME="$work/cache" XDG_DATA_DIRS="$work/data:/usr/share"
-unset QT_QPA_PLATFORM
-openbox --sm-disable >/dev/null 2>&1 &
-sleep 1
+private_display 1920x1080x24
 
 # One start to write Kelp's catalogue and name caches, and to warm the disk cache for both.
 "$first_map" --class Kelp --hold 3000 -- "$kelp" > /dev/null

@@ -10,24 +10,9 @@ batch="${3:-50}"
 kelp="$build/src/kelp"
 [ -x "$kelp" ] || { echo "no $kelp" >&2; exit 1; }
 
-work="$(mktemp -d)"
-xvfb_pid=
-trap 'kill $(jobs -p) $xvfb_pid 2>/dev/null || true; rm -rf "$work"' EXIT
-mkdir -p "$work/runtime" "$work/data/applications"
-chmod 700 "$work/runtime"
-for i in $(seq 1 200); do
-    printf '[Desktop Entry]\nType=Application\nName=Application %s\nExec=true\nIcon=utilities-terminal\n' \
-        "$i" > "$work/data/applications/app$i.desktop"
-done
-mkfifo "$work/displayfd"
-Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3> "$work/displayfd" 2>/dev/null &
-xvfb_pid=$!
-read -r display < "$work/displayfd"
-export DISPLAY=":$display" HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data" \
-       XDG_CONFIG_HOME="$work/config" XDG_CACHE_HOME="$work/cache" XDG_DATA_DIRS="/usr/share"
-unset QT_QPA_PLATFORM
-openbox --sm-disable >/dev/null 2>&1 &
-sleep 1
+source "$(dirname "$0")/private-session.sh"
+private_home 200
+private_display 1280x800x24
 
 "$kelp" 2> "${KELP_LOG:-$work/kelp.log}" &
 kelp_pid=$!
