@@ -3,6 +3,8 @@
 // Kelp runs on (platform/DesktopFactory.h: X11 with GIO, or the headless set with GIO when there
 // is no window system) and installed with setDesktop(). The catalogue and the views reach the
 // desktop only through these narrow interfaces.
+#include <QString>
+
 #include <memory>
 
 namespace kelp {
@@ -42,6 +44,9 @@ struct Desktop
     std::shared_ptr<HotSpots> hotSpots;
     std::shared_ptr<StatusTray> statusTray;
     std::shared_ptr<WorkspaceCheck> workspaceCheck; // is the panel on every workspace
+    // One line for the log and the preferences: the session and what of it Kelp can use (empty
+    // when the factory has nothing to say).
+    QString summary;
 };
 
 // The services in use; empty members until start-up installs them.
