@@ -12,6 +12,7 @@
 
 #include <plist/plist.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -130,9 +131,17 @@ plist_t fromVariant(const QVariant &value, int depth)
         return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
     }
     case VariantKind::Date: {
+        // Seconds since 2001 in 32 bits (1933 to 2069): a date beyond is kept at the nearest end
+        // rather than wrapped round to a date on the other side. Milliseconds before 1970 round
+        // down, so the fraction is never negative.
         const qint64 ms = value.toDateTime().toMSecsSinceEpoch();
-        const qint64 sec = ms / 1000 - kPlistEpochOffset;
-        return plist_new_date(static_cast<int32_t>(sec), static_cast<int32_t>((ms % 1000) * 1000));
+        const qint64 floorSec = ms / 1000 - (ms % 1000 < 0 ? 1 : 0);
+        const qint64 fractionMs = ms - floorSec * 1000;
+        const qint64 sec =
+            std::clamp<qint64>(floorSec - kPlistEpochOffset, std::numeric_limits<int32_t>::min(),
+                               std::numeric_limits<int32_t>::max());
+        const qint64 usec = sec == floorSec - kPlistEpochOffset ? fractionMs * 1000 : 0;
+        return plist_new_date(static_cast<int32_t>(sec), static_cast<int32_t>(usec));
     }
     case VariantKind::Array: {
         plist_t array = plist_new_array();

@@ -5,7 +5,9 @@
 
 #include "support/TestSupport.h"
 
+#include <QDateTime>
 #include <QTemporaryDir>
+#include <QTimeZone>
 
 #include <gtest/gtest.h>
 
@@ -49,6 +51,24 @@ QByteArray nestedBinary(int arrays, bool loop = false)
         trailer[24 + 7 - b] = char((table >> (8 * b)) & 0xFF);
     }
     return body + trailer;
+}
+
+// The files keep seconds since 2001 in 32 bits: a date past either end is kept at that end, never
+// wrapped round to a date on the other side, and dates before 1970 keep their second.
+TEST(PlistReading, DatesOutsideWhatTheFileHoldsStayAtItsEnds)
+{
+    const auto roundTrip = [](const QDateTime &when) {
+        return plist::fromData(plist::toXml(QVariantMap{{QStringLiteral("d"), when}}))
+            .toMap()
+            .value(QStringLiteral("d"))
+            .toDateTime();
+    };
+    const QDateTime far(QDate(2200, 1, 1), QTime(0, 0), QTimeZone::utc());
+    const QDateTime early(QDate(1800, 1, 1), QTime(0, 0), QTimeZone::utc());
+    EXPECT_EQ(roundTrip(far).date().year(), 2069);
+    EXPECT_EQ(roundTrip(early).date().year(), 1932);
+    const QDateTime before1970(QDate(1960, 3, 1), QTime(12, 0, 0, 500), QTimeZone::utc());
+    EXPECT_EQ(roundTrip(before1970).toSecsSinceEpoch(), before1970.toSecsSinceEpoch());
 }
 
 TEST(PlistReading, NestingIsBoundedInBothFormatsBeforeParsing)
