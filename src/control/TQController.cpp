@@ -72,6 +72,7 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
 TQController::~TQController()
 {
     delete TQWelcomeAssistant::shared();
+    delete _loginItemAlert;
 }
 
 // --- Panel visibility -----------------------------------------------------------------------

@@ -3,12 +3,13 @@
 #include "control/KelpDocuments.h"
 #include "control/WelcomeLogging.h"
 
+#include <QtPdf/QPdfDocument>
+#include <QtPdf/QPdfPageNavigator>
+#include <QtPdfWidgets/QPdfView>
+
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QPdfDocument>
-#include <QPdfPageNavigator>
-#include <QPdfView>
 #include <QPushButton>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -145,8 +146,10 @@ TQWelcomeAssistant::TQWelcomeAssistant(std::unique_ptr<QPdfDocument> document, D
 
 TQWelcomeAssistant::~TQWelcomeAssistant()
 {
-    // The view lets go of the document before the document goes.
-    _pdfView->setDocument(nullptr);
+    // The view goes before the document and the steps: nothing it announces on its way out may
+    // reach them (a page change would be remembered as the step shown).
+    _pdfView->pageNavigator()->disconnect(this);
+    delete _pdfView;
 }
 
 void TQWelcomeAssistant::showStep(int step)

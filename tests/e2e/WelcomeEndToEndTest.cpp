@@ -176,6 +176,7 @@ TEST_F(KelpWindows, StartAtLoginMakesAndRemovesTheAutostartEntry)
     startKelp({});
     const QString entry = home.filePath(QStringLiteral("config/autostart/kelp.desktop"));
     EXPECT_FALSE(QFile::exists(entry));
+    QTest::qWait(2000); // Kelp's own first write of its settings is done
     // Another program (the preferences) changes the setting in the settings file.
     ASSERT_TRUE(writeScanSettings(home.path(), "<key>startAtLogin</key><true/>"));
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(entry); }, 15000));
