@@ -3,6 +3,7 @@
 // Each HTML file becomes exactly one page (text that does not fit is cut, so that a page of the
 // welcome tour is always one step). Images named after `--` are offered to the pages under their
 // file names (<img src="panel.png">). Runs at build time on the offscreen platform.
+#include <QAbstractTextDocumentLayout>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -43,7 +44,9 @@ int main(int argc, char **argv)
     QPdfWriter writer(output);
     writer.setTitle(title);
     writer.setCreator(QStringLiteral("Kelp"));
-    writer.setResolution(144);
+    // At 72 dots per inch a point is a pixel: the pages are laid out in points. Text stays vector
+    // and images keep their own pixels, so nothing is lost.
+    writer.setResolution(72);
     writer.setPageSize(
         QPageSize(QSizeF(widthMm, heightMm), QPageSize::Millimeter, title, QPageSize::ExactMatch));
     writer.setPageMargins(QMarginsF(0, 0, 0, 0));
@@ -51,8 +54,6 @@ int main(int argc, char **argv)
     if (!painter.begin(&writer)) return fail(QStringLiteral("cannot write %1").arg(output));
 
     const QRectF page(QPointF(0, 0), QSizeF(writer.width(), writer.height()));
-    // The text is laid out in points and scaled to the writer's resolution.
-    const double scale = writer.resolution() / 72.0;
     const double margin = 28.0;
     for (qsizetype i = 0; i < pages.size(); ++i) {
         QFile file(pages[i]);
@@ -74,12 +75,11 @@ int main(int argc, char **argv)
                                  picture);
         }
         document.setHtml(QString::fromUtf8(file.readAll()));
-        document.setPageSize(page.size() / scale);
+        // Fonts measured for the PDF's resolution, not the screen's.
+        document.documentLayout()->setPaintDevice(&writer);
+        document.setPageSize(page.size());
         if (i > 0) writer.newPage();
-        painter.save();
-        painter.scale(scale, scale);
-        document.drawContents(&painter, QRectF(QPointF(0, 0), page.size() / scale));
-        painter.restore();
+        document.drawContents(&painter, page);
     }
     painter.end();
     return 0;

@@ -161,14 +161,16 @@ TEST_F(Welcome, StartAtLoginWritesOneValidEntryAndRemovesIt)
 
 TEST_F(Welcome, TheDesktopSwitchingTheEntryOffIsSeen)
 {
+    // What session settings write when the user turns the entry off.
     LaunchAtLoginController login;
-    for (const char *off : {"Hidden=true\n", "X-GNOME-Autostart-enabled=false\n"}) {
-        ASSERT_TRUE(
-            test::writeFile(autostartFile(),
-                            LaunchAtLoginController::autostartEntry(QStringLiteral("kelp")) + off));
-        EXPECT_FALSE(login.launchAtLogin()) << off;
+    const QByteArray entry = LaunchAtLoginController::autostartEntry(QStringLiteral("kelp"));
+    QByteArray gnomeOff = entry;
+    gnomeOff.replace("X-GNOME-Autostart-enabled=true", "X-GNOME-Autostart-enabled=false");
+    for (const QByteArray &off : {entry + "Hidden=true\n", gnomeOff}) {
+        ASSERT_TRUE(test::writeFile(autostartFile(), off));
+        EXPECT_FALSE(login.launchAtLogin()) << off.toStdString();
         EXPECT_TRUE(login.setLaunchAtLogin(true));
-        EXPECT_TRUE(login.launchAtLogin()) << "turned on again: " << off;
+        EXPECT_TRUE(login.launchAtLogin()) << "turned on again: " << off.toStdString();
     }
 }
 
