@@ -56,6 +56,7 @@ AboutPanel::AboutPanel(QWidget *parent) : QWidget(parent, Qt::Window)
         tr("Copyright © the Kelp developers. Licence: %1.").arg(QStringLiteral(KELP_LICENCE)),
         this);
     licence->setAlignment(Qt::AlignCenter);
+    licence->setWordWrap(true);
     const QString home = QString::fromLatin1(kHomePageUrl);
     auto *link = new QLabel(QStringLiteral("<a href=\"%1\">%1</a>").arg(home), this);
     link->setAlignment(Qt::AlignCenter);

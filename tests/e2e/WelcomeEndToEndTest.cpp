@@ -173,12 +173,14 @@ TEST_F(KelpWindows, TheWelcomeTourPagesWithThePointerAndCtrlWClosesIt)
 
 TEST_F(KelpWindows, StartAtLoginMakesAndRemovesTheAutostartEntry)
 {
-    startKelp({});
+    // The tour not seen yet: a start at login shows it no more than the panel.
+    startKelp("<key>showWelcomeWindow</key><true/>");
     const QString entry = home.filePath(QStringLiteral("config/autostart/kelp.desktop"));
     EXPECT_FALSE(QFile::exists(entry));
     QTest::qWait(2000); // Kelp's own first write of its settings is done
     // Another program (the preferences) changes the setting in the settings file.
-    ASSERT_TRUE(writeScanSettings(home.path(), "<key>startAtLogin</key><true/>"));
+    ASSERT_TRUE(writeScanSettings(home.path(), "<key>startAtLogin</key><true/>"
+                                               "<key>showWelcomeWindow</key><true/>"));
     ASSERT_TRUE(waitUntil([&] { return QFile::exists(entry); }, 15000));
     if (const QString validate =
             QStandardPaths::findExecutable(QStringLiteral("desktop-file-validate"));
@@ -188,6 +190,23 @@ TEST_F(KelpWindows, StartAtLoginMakesAndRemovesTheAutostartEntry)
         ASSERT_TRUE(check.waitForFinished(10000));
         EXPECT_EQ(check.exitCode(), 0) << check.readAllStandardOutput().toStdString();
     }
-    ASSERT_TRUE(writeScanSettings(home.path(), "<key>startAtLogin</key><false/>"));
+
+    // The next login: the entry's command starts Kelp with nothing shown.
+    EXPECT_EQ(run({QStringLiteral("--quit")}), 0);
+    ASSERT_TRUE(kelp.waitForFinished(10000));
+    const QRegularExpression execLine(QStringLiteral("\\nExec=(\\S+) (\\S+)\\n"));
+    const QRegularExpressionMatch exec = execLine.match(QString::fromUtf8(readFile(entry)));
+    ASSERT_TRUE(exec.hasMatch());
+    EXPECT_EQ(exec.captured(1), QStringLiteral(KELP_BINARY)) << "the build's kelp is not on PATH";
+    kelp.start(exec.captured(1), {exec.captured(2)});
+    ASSERT_TRUE(kelp.waitForStarted());
+    ASSERT_TRUE(waitUntil([this] { return run({QStringLiteral("--rescan")}) == 0; }, 15000))
+        << "Kelp runs and answers";
+    QTest::qWait(1000);
+    EXPECT_TRUE(windowsNamed(QStringLiteral("^Kelp Main$")).isEmpty()) << "nothing shows";
+    EXPECT_TRUE(windowsNamed(QStringLiteral("^Welcome to Kelp$")).isEmpty());
+
+    ASSERT_TRUE(writeScanSettings(home.path(), "<key>startAtLogin</key><false/>"
+                                               "<key>showWelcomeWindow</key><true/>"));
     EXPECT_TRUE(waitUntil([&] { return !QFile::exists(entry); }, 15000));
 }
