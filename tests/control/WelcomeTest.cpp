@@ -75,17 +75,6 @@ TEST_F(Welcome, FinishingTheTourMarksItSeenAndTheNextTourStartsOver)
     EXPECT_EQ(WelcomeSteps(*defaults, 3).currentStep(), 3);
 }
 
-TEST_F(Welcome, StepsOutsideTheDocumentAreRefused)
-{
-    WelcomeSteps steps(*defaults, 4);
-    EXPECT_FALSE(steps.showStep(0));
-    EXPECT_FALSE(steps.showStep(5));
-    steps.showPreviousStep();
-    EXPECT_EQ(steps.currentStep(), 1);
-    EXPECT_TRUE(steps.showStep(4));
-    EXPECT_EQ(steps.stepLabel(), QStringLiteral("4 of 4"));
-}
-
 TEST_F(Welcome, TheWindowPagesThroughTheWelcomeDocument)
 {
     ASSERT_TRUE(QFile::exists(kWelcomePdf)) << "the build makes the welcome document";
