@@ -17,7 +17,8 @@ status=0
 for file in usr/bin/kelp usr/share/applications/kelp.desktop \
             usr/share/icons/hicolor/scalable/apps/kelp.svg \
             usr/share/icons/hicolor/16x16/apps/kelp.png usr/share/icons/hicolor/48x48/apps/kelp.png \
-            usr/share/icons/hicolor/256x256/apps/kelp.png usr/share/doc/kelp/README.md; do
+            usr/share/icons/hicolor/256x256/apps/kelp.png usr/share/doc/kelp/README.md \
+            "usr/share/kelp/Welcome to Kelp.pdf" "usr/share/kelp/Kelp User Guide.pdf"; do
     if [ ! -s "$root/$file" ]; then
         echo "package: missing $file"
         status=1

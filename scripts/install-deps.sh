@@ -4,7 +4,7 @@ set -euo pipefail
 
 packages=(
     build-essential cmake ninja-build pkg-config
-    qt6-base-dev qt6-svg-dev libqt6svg6 qt6-image-formats-plugins
+    qt6-base-dev qt6-svg-dev libqt6svg6 qt6-pdf-dev qt6-image-formats-plugins
     libplist-dev libglib2.0-dev
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xfixes0-dev xvfb openbox xterm x11-apps

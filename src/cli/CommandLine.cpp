@@ -50,9 +50,14 @@ Command parseCommandLine(const QStringList &arguments)
     const QCommandLineOption quitOption(QStringLiteral("quit"), tr("Quit the running Kelp."));
     const QCommandLineOption feedbackOption(QStringLiteral("feedback"),
                                             tr("Open Kelp's feedback form."));
+    const QCommandLineOption aboutOption(QStringLiteral("about"),
+                                         tr("Show Kelp's version and what it is."));
+    const QCommandLineOption hiddenOption(
+        QStringLiteral("hidden"),
+        tr("Start Kelp without showing anything (as at login); nothing when it runs."));
     for (const QCommandLineOption *option :
-         {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &printOption,
-          &rescanOption, &iconsOption, &analyzeOption, &setOption})
+         {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &aboutOption,
+          &hiddenOption, &printOption, &rescanOption, &iconsOption, &analyzeOption, &setOption})
         parser.addOption(*option);
     parser.addPositionalArgument(QStringLiteral("images"),
                                  tr("With --analyze-colours: image files."),
@@ -94,7 +99,8 @@ Command parseCommandLine(const QStringList &arguments)
     for (const auto &[option, request] :
          {std::pair{&toggleOption, "toggle"}, std::pair{&showOption, "show"},
           std::pair{&hideOption, "hide"}, std::pair{&quitOption, "quit"},
-          std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"}}) {
+          std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"},
+          std::pair{&aboutOption, "about"}, std::pair{&hiddenOption, "hidden"}}) {
         if (parser.isSet(*option)) {
             command.request.command = QLatin1String(request);
             ++requests;

@@ -5,6 +5,7 @@
 #include "OpenFeedback/HangWatchdog.h"
 #include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
+#include "control/ApplicationKeys.h"
 #include "control/IconThemeFollower.h"
 #include "control/TQController.h"
 #include "desktop/Desktop.h"
@@ -31,6 +32,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     TQAppManager catalogue(defaults, desktop().appsOnDisk);
     TQWindow panel(catalogue, defaults);
     TQController controller(catalogue, panel, defaults);
+    ApplicationKeys applicationKeys(&panel);
+    qApp->installEventFilter(&applicationKeys);
     IconThemeFollower iconThemes(catalogue, defaults, desktop().iconThemes);
     Triggers triggers(controller, catalogue, panel, defaults);
     triggers.start();
@@ -46,6 +49,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
                      &TQController::applicationWillTerminate);
 
     if (request.command == QLatin1String("open")) controller.openFiles(request.files);
+    // Started at login: nothing shows until the user calls for Kelp.
+    controller.setStartsHidden(request.command == QLatin1String("hidden"));
     controller.applicationDidFinishLaunching();
     triggers.applicationDidFinishLaunching();
     feedbackAssistant.start();
@@ -57,7 +62,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
             std::this_thread::sleep_for(std::chrono::milliseconds(blockMs));
         });
 #endif
-    if (request.command == QLatin1String("feedback")) controller.handleRequest(request);
+    if (request.command == QLatin1String("feedback") || request.command == QLatin1String("about"))
+        controller.handleRequest(request);
     const int status = QCoreApplication::exec();
     CrashHandler::uninstall();
     return status;

@@ -27,7 +27,8 @@ namespace {
 const QStringList kCommands = {QStringLiteral("reopen"), QStringLiteral("toggle"),
                                QStringLiteral("show"),   QStringLiteral("hide"),
                                QStringLiteral("rescan"), QStringLiteral("quit"),
-                               QStringLiteral("open"),   QStringLiteral("feedback")};
+                               QStringLiteral("open"),   QStringLiteral("feedback"),
+                               QStringLiteral("about"),  QStringLiteral("hidden")};
 constexpr qint64 kMaxRequest = 1 << 20;
 
 } // namespace

@@ -15,7 +15,8 @@ namespace kelp {
 
 struct InstanceRequest
 {
-    // "reopen", "toggle", "show", "hide", "rescan", "quit" or "open" (with files).
+    // "reopen", "toggle", "show", "hide", "hidden" (a start at login), "rescan", "quit",
+    // "feedback", "about" or "open" (with files).
     QString command;
     QStringList files;
 

@@ -2,7 +2,12 @@
 
 #include "OpenFeedback/OpenFeedback.h"
 #include "catalogue/TQAppManager.h"
+#include "control/AboutPanel.h"
+#include "control/KelpDocuments.h"
+#include "control/LaunchAtLoginController.h"
 #include "control/SingleInstance.h"
+#include "control/TQWelcomeAssistant.h"
+#include "control/WelcomeLogging.h"
 #include "desktop/Desktop.h"
 #include "desktop/LauncherProgress.h"
 #include "extras/DropStack.h"
@@ -14,6 +19,9 @@
 #include "window/TQWindow.h"
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QMessageBox>
+#include <QUrl>
 
 namespace kelp {
 namespace {
@@ -23,7 +31,8 @@ constexpr qint64 kReopenGuardMs = 250;    // a reopen this soon after activation
 
 TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &defaults,
                            QObject *parent)
-    : QObject(parent), _catalogue(catalogue), _panel(panel), _defaults(defaults)
+    : QObject(parent), _catalogue(catalogue), _panel(panel), _defaults(defaults),
+      _loginItems(std::make_unique<LaunchAtLoginController>())
 {
     _windowCloseTimer.setSingleShot(true);
     connect(&_windowCloseTimer, &QTimer::timeout, this,
@@ -51,9 +60,20 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
     connect(
         &Notifications::instance(), &Notifications::appIsMissing, this,
         [this]() { applicationOpenUntitledFile(); }, Qt::QueuedConnection);
+    connect(&_defaults, &Defaults::changed, this, [this](const QString &key) {
+        if (Key::StartAtLogin.is(key)) startAtLoginChanged();
+    });
+    // The autostart entry changed outside Kelp (the desktop's session settings): the setting,
+    // and so the preferences' check box, follow it.
+    connect(_loginItems.get(), &LaunchAtLoginController::launchAtLoginChanged, this,
+            [this](bool launch) { _defaults.setValue(Key::StartAtLogin, launch); });
 }
 
-TQController::~TQController() = default;
+TQController::~TQController()
+{
+    delete TQWelcomeAssistant::shared();
+    delete _loginItemAlert;
+}
 
 // --- Panel visibility -----------------------------------------------------------------------
 
@@ -77,6 +97,9 @@ void TQController::hideMainWindow()
 {
     if (_feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible())
         _feedbackAssistant->closeFeedbackWindow();
+    if (isAboutPanelVisible()) _aboutPanel->close();
+    _welcomeAssistantWasOpen = TQWelcomeAssistant::isWindowVisible();
+    if (_welcomeAssistantWasOpen) TQWelcomeAssistant::closeWindow();
     if (mainWindowIsVisible()) _panel.hide();
 }
 
@@ -112,6 +135,7 @@ void TQController::showHideMainWindow()
         if (!visible) {
             activate();
             applicationOpenUntitledFile();
+            if (_welcomeAssistantWasOpen) openWelcomeAssistant();
         } else if (_panel.hasBeenMoved()) {
             activate();
         } else {
@@ -160,7 +184,10 @@ void TQController::applicationDidFinishLaunching()
     _finishedLaunching = true;
     // The panel shows before the catalogue is walked, with the scanning message, so that nothing
     // typed at start is lost.
-    if (_defaults.value(Key::ShowWindowAtLaunch)) applicationOpenUntitledFile();
+    if (_defaults.value(Key::ShowWindowAtLaunch) && !_startsHidden) applicationOpenUntitledFile();
+    // The autostart entry may have been changed, or removed, while Kelp was not running.
+    _defaults.setValue(Key::StartAtLogin, _loginItems->launchAtLogin());
+    if (_defaults.value(Key::ShowWelcomeWindow) && !_startsHidden) openWelcomeAssistant();
 
     const qint64 launchCount = _defaults.value(Key::ApplicationLaunchCount);
     if (launchCount == 0) {
@@ -240,6 +267,7 @@ bool TQController::applicationShouldOpenUntitledFile() const
 bool TQController::applicationOpenUntitledFile()
 {
     showMainWindow();
+    if (TQWelcomeAssistant::isWindowVisible()) TQWelcomeAssistant::bringWindowToFront();
     return true;
 }
 
@@ -297,7 +325,10 @@ void TQController::handleRequest(const InstanceRequest &request)
         applicationOpenUntitledFile();
     } else if (request.command == QLatin1String("feedback")) {
         openFeedback();
+    } else if (request.command == QLatin1String("about")) {
+        openAbout();
     }
+    // "hidden" (a start at login) asks nothing of a Kelp that runs already.
 }
 
 void TQController::openFeedback()
@@ -309,6 +340,69 @@ void TQController::openFeedback()
 bool TQController::isFeedbackWindowVisible() const
 {
     return _feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible();
+}
+
+// --- Kelp's own windows and documents ---------------------------------------------------------
+
+void TQController::openAbout()
+{
+    activate();
+    if (!_aboutPanel) _aboutPanel = std::make_unique<AboutPanel>();
+    _aboutPanel->orderFront();
+}
+
+bool TQController::isAboutPanelVisible() const
+{
+    return _aboutPanel && _aboutPanel->isVisible();
+}
+
+void TQController::openWelcome()
+{
+    activate();
+    openWelcomeAssistant();
+}
+
+void TQController::openWelcomeAssistant()
+{
+    TQWelcomeAssistant::sharedAssistantWithPDFName(QString::fromLatin1(kWelcomeDocumentName),
+                                                   _defaults);
+}
+
+bool TQController::isWelcomeWindowVisible() const
+{
+    return TQWelcomeAssistant::isWindowVisible();
+}
+
+void TQController::openUserGuide()
+{
+    const QString path = documentPath(QString::fromLatin1(kUserGuideDocumentName));
+    if (path.isEmpty()) {
+        qCWarning(lcWelcome) << "The user guide is not installed";
+        QApplication::beep();
+        return;
+    }
+    if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path)))
+        qCWarning(lcWelcome) << "No PDF viewer opened" << path;
+}
+
+void TQController::openHomeURL()
+{
+    if (!QDesktopServices::openUrl(QUrl(QString::fromLatin1(kHomePageUrl))))
+        qCWarning(lcWelcome) << "No web browser opened" << kHomePageUrl;
+}
+
+void TQController::startAtLoginChanged()
+{
+    const bool wanted = _defaults.value(Key::StartAtLogin);
+    if (_loginItems->setLaunchAtLogin(wanted)) return;
+    if (!wanted) return; // the entry stays; the next start brings the setting in line
+    _defaults.setValue(Key::StartAtLogin, false);
+    if (_loginItemAlert) return;
+    _loginItemAlert = new QMessageBox(QMessageBox::Warning, tr("Kelp"),
+                                      tr("Kelp cannot start at login."), QMessageBox::Ok);
+    _loginItemAlert->setInformativeText(_loginItems->errorString());
+    _loginItemAlert->setAttribute(Qt::WA_DeleteOnClose);
+    _loginItemAlert->show();
 }
 
 } // namespace kelp

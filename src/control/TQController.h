@@ -7,12 +7,19 @@
 // catalogue and the panel; they never call it.
 #include <QDateTime>
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 #include <QTimer>
 
+#include <memory>
+
+class QMessageBox;
+
 namespace kelp {
 
+class AboutPanel;
 class Defaults;
+class LaunchAtLoginController;
 class OpenFeedback;
 class TQAppManager;
 class TQWindow;
@@ -73,6 +80,20 @@ public:
     void openFeedback();
     bool isFeedbackWindowVisible() const;
 
+    // --- Kelp's own windows and documents --------------------------------------------------------
+    // The About window: made the first time, then only brought forward.
+    void openAbout();
+    bool isAboutPanelVisible() const;
+    // The welcome tour, where it was left.
+    void openWelcome();
+    bool isWelcomeWindowVisible() const;
+    // The user guide in the desktop's PDF viewer; Kelp's home page in the web browser.
+    void openUserGuide();
+    void openHomeURL();
+    // Started at login (`kelp --hidden`): the panel and the welcome tour wait until asked for.
+    void setStartsHidden(bool hidden) { _startsHidden = hidden; }
+    LaunchAtLoginController &loginItems() { return *_loginItems; }
+
     // A request from a later `kelp`.
     void handleRequest(const kelp::InstanceRequest &request);
 
@@ -87,6 +108,11 @@ Q_SIGNALS:
     void quitRequested();
 
 private:
+    // The setting `startAtLogin` drives the autostart entry; one that cannot be written turns
+    // the setting back off, with one message.
+    void startAtLoginChanged();
+    void openWelcomeAssistant();
+
     TQAppManager &_catalogue;
     TQWindow &_panel;
     Defaults &_defaults;
@@ -96,6 +122,12 @@ private:
     QDateTime _didBecomeActiveDate;
     bool _finishedLaunching = false;
     bool _active = false;
+    std::unique_ptr<AboutPanel> _aboutPanel;
+    std::unique_ptr<LaunchAtLoginController> _loginItems;
+    QPointer<QMessageBox> _loginItemAlert;
+    // The welcome tour was open when the panel was last hidden: it comes back with the panel.
+    bool _welcomeAssistantWasOpen = false;
+    bool _startsHidden = false;
 };
 
 } // namespace kelp

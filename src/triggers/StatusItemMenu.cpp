@@ -18,8 +18,12 @@ std::vector<MainMenuItem> mainMenuItems()
 {
     return {
         {MenuAction::ShowHide, tr("Show/Hide Kelp")},
+        {MenuAction::About, tr("About Kelp")},
         {MenuAction::Rescan, tr("Rescan Applications")},
         {MenuAction::AutoExclude, tr("Exclude Applications Automatically…")},
+        {MenuAction::Welcome, tr("Welcome to Kelp")},
+        {MenuAction::UserGuide, tr("Kelp User Guide")},
+        {MenuAction::HomePage, tr("Kelp Home Page")},
         {MenuAction::Feedback, tr("Send Feedback…")},
         {MenuAction::Quit, tr("Quit Kelp")},
     };

@@ -301,8 +301,9 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
     menu->setWindowTitle(tr("Kelp Menu"));
-    OpenWindows open; // the preferences and welcome windows do not exist yet
+    OpenWindows open; // the preferences window does not exist yet
     open.feedback = _controller.isFeedbackWindowVisible();
+    open.welcome = _controller.isWelcomeWindowVisible();
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
         if (entry.separator) {
             menu->addSeparator();
@@ -333,6 +334,18 @@ void Triggers::performMenuAction(MenuAction action)
         break;
     case MenuAction::Feedback:
         _controller.openFeedback();
+        break;
+    case MenuAction::About:
+        _controller.openAbout();
+        break;
+    case MenuAction::Welcome:
+        _controller.openWelcome();
+        break;
+    case MenuAction::UserGuide:
+        _controller.openUserGuide();
+        break;
+    case MenuAction::HomePage:
+        _controller.openHomeURL();
         break;
     case MenuAction::Quit:
         quitApp();

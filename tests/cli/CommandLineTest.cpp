@@ -51,6 +51,8 @@ TEST(CommandLine, EachCombinationPicksOneCommandOrIsRefused)
         {"nothing reopens the running Kelp", {}, "request reopen"},
         {"toggle", {"--toggle"}, "request toggle"},
         {"rescan alone is a request", {"--rescan"}, "request rescan"},
+        {"a start at login", {"--hidden"}, "request hidden"},
+        {"about and hidden", {"--about", "--hidden"}, "error: Give Kelp one request at a time."},
         {"files become absolute paths",
          {"notes.txt", "/tmp/a b.png"},
          "request open " + here + "/notes.txt /tmp/a b.png"},

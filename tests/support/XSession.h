@@ -161,12 +161,16 @@ inline QProcessEnvironment displayHomeEnvironment(const QString &home)
     return env;
 }
 
-// Kelp's settings in a private home: the home's applications folder as the only scan folder, and
-// `more` (plist dictionary entries) besides.
+// Kelp's settings in a private home: the home's applications folder as the only scan folder, the
+// welcome tour already seen (unless `more` says otherwise), and `more` (plist dictionary entries)
+// besides.
 inline bool writeScanSettings(const QString &home, const QByteArray &more = {})
 {
+    const QByteArray welcome = more.contains("showWelcomeWindow")
+                                   ? QByteArray()
+                                   : QByteArray("<key>showWelcomeWindow</key><false/>");
     return writeFile(home + QStringLiteral("/config/Kelp/Kelp.plist"),
-                     "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + more +
+                     "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>" + more + welcome +
                          "<key>searchDirectories</key><array><dict><key>path</key><string>" +
                          (home + QStringLiteral("/data/applications")).toUtf8() +
                          "</string></dict></array></dict></plist>");
