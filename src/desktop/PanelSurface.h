@@ -4,7 +4,8 @@
 // (fullscreen ones too), on every workspace, out of the task list, with the keyboard from the
 // moment it shows. Kelp says where it goes: centred on the output the compositor picks (the one
 // with the pointer or the focus), or, for a panel the user moved, at its place on its screen.
-// Without an implementation the panel is an ordinary window.
+// An implementation may leave the panel an ordinary window (attach() says) and still paint its
+// fades; without one the panel is an ordinary window of the window manager's.
 #include <QRect>
 #include <Qt>
 

@@ -54,9 +54,11 @@ bool addWayland(Desktop &services)
             offered << QStringLiteral("%1 %2").arg(QLatin1String(name)).arg(version);
     }
     QStringList active;
+    // Without layer shell the panel is an ordinary window, still with painted fades and never
+    // taking a placement for a move.
     auto panel = std::make_shared<WaylandPanelSurface>(*session);
+    services.panelSurface = panel;
     if (panel->isBound()) {
-        services.panelSurface = panel;
         active << QStringLiteral("the panel as an overlay layer surface (layer shell %1)")
                       .arg(panel->version());
     } else {

@@ -29,8 +29,10 @@ public:
     bool start(QString *why);
     QString extraConfig;
 
-    // The user sway and the clients run as (empty: the test's own user).
+    // The user sway and the clients run as (empty: the test's own user), found or created by
+    // start() or ensureUser() (which other compositors' tests call too).
     QString user() const { return _user; }
+    bool ensureUser(QString *why) { return findOrCreateUser(why); }
     // Makes a folder (and everything in it) the test user's, so Kelp can write its home there.
     bool giveToUser(const QString &path) const;
 

@@ -5,6 +5,8 @@
 // that surface the layer surface role: on the overlay layer, keyboard exclusive while shown, no
 // exclusive zone, centred by the compositor or anchored at the moved panel's place. Qt makes a
 // new wl_surface on every show and drops it on hide, so the role is given and taken each time.
+// Where the compositor offers no layer shell (weston, Mutter) the panel stays an ordinary window;
+// its fades are painted all the same, since no Wayland window has an opacity.
 #include "desktop/PanelSurface.h"
 
 #include <cstdint>

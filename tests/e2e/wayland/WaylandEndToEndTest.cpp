@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -216,6 +217,63 @@ TEST_F(Wayland, CompositorGoingAwayEndsKelpWithItsFilesIntact)
     EXPECT_EQ(after.keys(), before.keys());
     for (auto it = before.begin(); it != before.end(); ++it)
         EXPECT_FALSE(after.value(it.key()).isEmpty()) << it.key().toStdString() << " emptied";
+}
+
+// Weston offers no layer shell: the panel is an ordinary window there, Kelp says so once and
+// everything else runs.
+TEST(WaylandWithoutLayerShell, PanelIsAnOrdinaryWindowAndKelpSaysSo)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("weston")).isEmpty())
+        GTEST_SKIP() << "weston is not installed";
+    SwaySession &session = SwaySession::instance();
+    QString why;
+    ASSERT_TRUE(session.ensureUser(&why)) << why.toStdString();
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                          QFileDevice::ExeOwner | QFileDevice::ExeOther);
+    const QString runtime = dir.filePath(QStringLiteral("runtime"));
+    const QString home = dir.filePath(QStringLiteral("home"));
+    QDir().mkpath(runtime);
+    QDir().mkpath(home + QStringLiteral("/data/applications"));
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    ASSERT_TRUE(session.giveToUser(runtime) && session.giveToUser(home));
+
+    QProcessEnvironment env = privateHomeEnvironment(home);
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    QProcess weston;
+    session.startAsUser(weston, QStringLiteral("weston"),
+                        {QStringLiteral("--backend=headless-backend.so"),
+                         QStringLiteral("--socket=wayland-kelp"), QStringLiteral("--idle-time=0")},
+                        env);
+    ASSERT_TRUE(
+        waitUntil([&] { return QFile::exists(runtime + QStringLiteral("/wayland-kelp")); }, 20000))
+        << "weston did not start";
+    env.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-kelp"));
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    QProcess kelp;
+    kelp.setProcessChannelMode(QProcess::MergedChannels);
+    session.startAsUser(kelp, QStringLiteral(KELP_BINARY), {}, env);
+    QByteArray log;
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            log += kelp.readAll();
+            return log.contains("ordinary window");
+        },
+        20000))
+        << log.toStdString();
+    QProcess quit;
+    session.startAsUser(quit, QStringLiteral(KELP_BINARY), {QStringLiteral("--quit")}, env);
+    EXPECT_TRUE(quit.waitForFinished(20000));
+    EXPECT_TRUE(kelp.waitForFinished(15000)) << "Kelp did not quit on request";
+    EXPECT_EQ(kelp.exitCode(), 0);
+    log += kelp.readAll();
+    EXPECT_EQ(log.count("ordinary window"), 1) << log.toStdString();
+    EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
+    weston.terminate();
+    if (!weston.waitForFinished(5000)) weston.kill();
+    weston.waitForFinished(3000);
 }
 
 } // namespace
