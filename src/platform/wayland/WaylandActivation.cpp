@@ -29,6 +29,7 @@ WaylandActivation::WaylandActivation(WaylandSession &session) : _session(session
 
 WaylandActivation::~WaylandActivation()
 {
+    if (!WaylandSession::isConnectionOpen()) return;
     if (_activation) xdg_activation_v1_destroy(_activation);
     if (_queue) wl_event_queue_destroy(_queue);
 }

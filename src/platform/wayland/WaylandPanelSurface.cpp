@@ -34,6 +34,7 @@ WaylandPanelSurface::WaylandPanelSurface(WaylandSession &session) : _session(ses
 
 WaylandPanelSurface::~WaylandPanelSurface()
 {
+    if (!WaylandSession::isConnectionOpen()) return;
     if (_layer) zwlr_layer_surface_v1_destroy(_layer);
     if (_shell) {
         if (_version >= ZWLR_LAYER_SHELL_V1_DESTROY_SINCE_VERSION)

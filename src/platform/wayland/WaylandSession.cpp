@@ -68,9 +68,14 @@ WaylandSession::WaylandSession(wl_display *display) : _display(display)
     if (!roundTrip(_queue)) qCWarning(lcPlatform) << "The compositor did not list its globals";
 }
 
+bool WaylandSession::isConnectionOpen()
+{
+    return QGuiApplication::instance() != nullptr;
+}
+
 WaylandSession::~WaylandSession()
 {
-    // At exit Qt may already have closed the connection: only free what is Kelp's.
+    if (!isConnectionOpen()) return;
     if (_registry) wl_registry_destroy(_registry);
     if (_displayWrapper) wl_proxy_wrapper_destroy(_displayWrapper);
     if (_queue) wl_event_queue_destroy(_queue);

@@ -160,6 +160,7 @@ TEST_F(Wayland, PanelIsCentredAboveAFullscreenWindowAndTakesKeysWithNoClick)
     EXPECT_FALSE(environment.contains(QLatin1String("QT_QPA_PLATFORM=")));
     EXPECT_EQ(runKelp({QStringLiteral("--quit")}), 0);
     EXPECT_TRUE(kelp.waitForFinished(15000));
+    EXPECT_EQ(kelp.exitCode(), 0) << "Kelp did not end cleanly on request";
     const QByteArray log = kelp.readAll();
     EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
     EXPECT_TRUE(log.contains("zwlr_layer_shell_v1")) << "the session line names what is offered";
