@@ -1,6 +1,7 @@
 #pragma once
-// The one place Kelp's desktop services are made: X11 with GIO for the "xcb" Qt platform, the
-// headless set with GIO for anything else (no running applications, no window control, no window
+// The one place Kelp's desktop services are made: X11 with GIO for the "xcb" Qt platform, Wayland
+// with GIO for "wayland" (the panel as a layer surface, activation tokens), the headless set with
+// GIO for anything else (no running applications, no window control, no window
 // hints; launching, file types, files on disk and the dock progress need no display).
 #include "desktop/Desktop.h"
 
@@ -26,8 +27,9 @@ struct DesktopOptions
 // once the application object exists; install the result with setDesktop().
 Desktop makeDesktop(const QString &platformName, const DesktopOptions &options = {});
 
-// Before the application object exists: makes Qt fall back to the offscreen platform when there
-// is no display to connect to (so command-line tools still run), unless QT_QPA_PLATFORM says.
+// Before the application object exists: picks Qt's wayland platform when WAYLAND_DISPLAY is set,
+// makes Qt fall back to the offscreen platform when there is no display to connect to (so
+// command-line tools still run), unless QT_QPA_PLATFORM says.
 void chooseQtPlatform();
 
 } // namespace kelp

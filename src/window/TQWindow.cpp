@@ -3,6 +3,7 @@
 #include "catalogue/TQAppManager.h"
 #include "desktop/Compositing.h"
 #include "desktop/Desktop.h"
+#include "desktop/PanelSurface.h"
 #include "desktop/WindowHints.h"
 #include "extras/Logging.h"
 #include "extras/Timing.h"
@@ -112,7 +113,7 @@ private:
 
 TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     : QWidget(nullptr), _catalogue(catalogue), _defaults(defaults), _hints(desktop().windowHints),
-      _compositing(desktop().compositing)
+      _compositing(desktop().compositing), _panelSurface(desktop().panelSurface)
 {
     _isNonActivating = _defaults.value(Key::NonActivatingPanel);
     _showInTaskbar = _defaults.value(Key::ShowIconInDock);
@@ -121,6 +122,8 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     Qt::WindowFlags flags = Qt::Window | Qt::FramelessWindowHint;
     // A non-activating panel floats above the other windows.
     if (_isNonActivating) flags |= Qt::WindowStaysOnTopHint;
+    // Where the desktop places the panel itself, the window carries what that needs.
+    if (_panelSurface) flags |= _panelSurface->windowFlags();
     setWindowFlags(flags);
     setAttribute(Qt::WA_TranslucentBackground);
     setWindowTitle(QStringLiteral("Kelp Main"));
@@ -270,6 +273,9 @@ QSize TQWindow::maxIconViewSize() const
 
 bool TQWindow::hasBeenMoved() const
 {
+    // Where the desktop places the panel, Qt does not learn where it is: only the user's own drag
+    // says it moved, never a placement by the compositor.
+    if (_panelSurface) return _movedByUser;
     const QRect screen = visibleFrame();
     return !screen.isEmpty() && panel::hasBeenMoved(geometry(), screen);
 }
@@ -306,6 +312,7 @@ void TQWindow::screenParametersDidChange()
 void TQWindow::centerExactlyOn(QScreen *screen)
 {
     if (!screen) return;
+    _movedByUser = false;
     setGeometry(panel::centredOn(size(), screen->availableGeometry()));
 }
 
@@ -313,7 +320,7 @@ void TQWindow::centerExactlyOn(QScreen *screen)
 
 void TQWindow::show()
 {
-    const bool needsCentring = !isVisible() || windowOpacity() < 0.01 || _fadingOut;
+    const bool needsCentring = !isVisible() || panelOpacity() < 0.01 || _fadingOut;
     QScreen *screen = nullptr;
     if (needsCentring) {
         screen = QGuiApplication::screenAt(QCursor::pos());
@@ -345,7 +352,46 @@ bool TQWindow::isPanelVisible() const
 {
     if (!isVisible() || _fadingOut) return false;
     // A panel fading in counts as shown from its first frame.
-    return windowOpacity() >= 0.01 || (_fade && _fade->state() == QAbstractAnimation::Running);
+    return panelOpacity() >= 0.01 || (_fade && _fade->state() == QAbstractAnimation::Running);
+}
+
+double TQWindow::panelOpacity() const
+{
+    return _panelSurface && _panelSurface->paintsOpacity() ? _paintedOpacity : windowOpacity();
+}
+
+void TQWindow::setPanelOpacity(double opacity)
+{
+    if (!_panelSurface || !_panelSurface->paintsOpacity()) {
+        setWindowOpacity(opacity);
+        return;
+    }
+    // No window opacity here: each part of the panel paints itself with the fade's opacity (an
+    // effect of its own; a part busy with another effect, the icons in a resize, keeps that one).
+    _paintedOpacity = opacity;
+    static const char *const kFadeEffect = "kelpPanelFade";
+    const QList<QWidget *> parts = findChildren<QWidget *>(Qt::FindDirectChildrenOnly);
+    for (QWidget *part : parts) {
+        QGraphicsEffect *current = part->graphicsEffect();
+        if (current && !current->property(kFadeEffect).toBool()) continue;
+        if (opacity >= 1.0) {
+            if (current) part->setGraphicsEffect(nullptr);
+            continue;
+        }
+        auto *effect = static_cast<QGraphicsOpacityEffect *>(current);
+        if (!effect) {
+            effect = new QGraphicsOpacityEffect(part);
+            effect->setProperty(kFadeEffect, true);
+            part->setGraphicsEffect(effect);
+        }
+        effect->setOpacity(opacity);
+    }
+}
+
+void TQWindow::updatePanelSurface()
+{
+    if (_panelSurface && isVisible() && windowHandle())
+        _panelSurface->setFrame(windowHandle(), geometry(), panelScreen(), hasBeenMoved());
 }
 
 void TQWindow::raise()
@@ -394,26 +440,33 @@ void TQWindow::fadeInOver(double seconds)
 {
     stopFade();
     if (!isVisible()) {
-        setWindowOpacity(0.0);
+        setPanelOpacity(0.0);
         setOverlayShown(false);
         winId();
         applyWindowHints();
         QWidget::show();
+        // The desktop's surface exists now and Qt has not drawn yet: the desktop's placement.
+        if (_panelSurface) {
+            _panelSurface->attach(windowHandle(), geometry(), panelScreen(), hasBeenMoved());
+            // Qt forgets a position it cannot give such a surface: Kelp's frame stays the place
+            // the desktop puts it, for a drag to start from.
+            if (!_movedByUser) centerExactlyOn(panelScreen());
+        }
         applyWindowHints();
     }
-    if (windowOpacity() >= 1.0) {
+    if (panelOpacity() >= 1.0) {
         setOverlayShown(true);
         return;
     }
     auto *fade = new QVariantAnimation(this);
-    fade->setStartValue(windowOpacity());
+    fade->setStartValue(panelOpacity());
     fade->setEndValue(1.0);
-    fade->setDuration(ms(seconds * (1.0 - windowOpacity())));
+    fade->setDuration(ms(seconds * (1.0 - panelOpacity())));
     fade->setEasingCurve(QEasingCurve::InQuad);
     connect(fade, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
+            [this](const QVariant &v) { setPanelOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
-        setWindowOpacity(1.0);
+        setPanelOpacity(1.0);
         setOverlayShown(true);
         stopFade();
     });
@@ -427,16 +480,17 @@ void TQWindow::fadeOutOver(double seconds)
     stopFade();
     setOverlayShown(false);
     auto *fade = new QVariantAnimation(this);
-    fade->setStartValue(windowOpacity());
+    fade->setStartValue(panelOpacity());
     fade->setEndValue(0.0);
-    fade->setDuration(ms(seconds * windowOpacity()));
+    fade->setDuration(ms(seconds * panelOpacity()));
     fade->setEasingCurve(QEasingCurve::OutQuad);
     connect(fade, &QVariantAnimation::valueChanged, this,
-            [this](const QVariant &v) { setWindowOpacity(v.toDouble()); });
+            [this](const QVariant &v) { setPanelOpacity(v.toDouble()); });
     connect(fade, &QVariantAnimation::finished, this, [this]() {
         stopFade();
+        if (_panelSurface) _panelSurface->detach(windowHandle());
         QWidget::hide();
-        setWindowOpacity(1.0); // ready for the next show
+        setPanelOpacity(1.0); // ready for the next show
     });
     _fade = fade;
     _fadingOut = true;
@@ -535,8 +589,15 @@ void TQWindow::layoutSubviews()
     _overlayView->raise();
 }
 
+void TQWindow::moveEvent(QMoveEvent *event)
+{
+    QWidget::moveEvent(event);
+    updatePanelSurface();
+}
+
 void TQWindow::resizeEvent(QResizeEvent *event)
 {
+    updatePanelSurface();
     QWidget::resizeEvent(event);
     layoutSubviews();
     updateShape();
@@ -622,6 +683,7 @@ void TQWindow::mousePressEvent(QMouseEvent *event)
 void TQWindow::mouseMoveEvent(QMouseEvent *event)
 {
     if (_dragging && (event->buttons() & Qt::LeftButton)) {
+        _movedByUser = true;
         move(event->globalPosition().toPoint() - _dragOffset);
         return;
     }

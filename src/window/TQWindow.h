@@ -29,6 +29,7 @@ namespace kelp {
 
 class Compositing;
 class Defaults;
+class PanelSurface;
 class TQAppManager;
 class TQBkgndView;
 class TQIconOverlayView;
@@ -63,6 +64,9 @@ public:
     bool hasBeenMoved() const;
     // Shown and not fully faded (a panel fading out counts as hidden).
     bool isPanelVisible() const;
+    // The panel's opacity in its fades: the window's, or the one it paints with where the desktop
+    // has no window opacity (Wayland).
+    double panelOpacity() const;
     TQIconView *iconView() const { return _iconView; }
     TQStatsControl *statsControl() const { return _statsControl; }
     TQIconOverlayView *overlayView() const { return _overlayView; }
@@ -109,6 +113,7 @@ protected:
     void mouseMoveEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
     void changeEvent(QEvent *event) override;
     bool focusNextPrevChild(bool next) override;
     void closeEvent(QCloseEvent *event) override;
@@ -126,6 +131,9 @@ private:
     void fadeOutOver(double seconds);
     void stopFade();
     void applyWindowHints();
+    void setPanelOpacity(double opacity);
+    // Tells the desktop where the panel now is, when the desktop places it (PanelSurface).
+    void updatePanelSurface();
     void watchScreen(QScreen *screen);
     void scheduleScreenCheck();
     void defaultsChanged(const QString &key);
@@ -134,6 +142,9 @@ private:
     Defaults &_defaults;
     std::shared_ptr<WindowHints> _hints;
     std::shared_ptr<Compositing> _compositing;
+    std::shared_ptr<PanelSurface> _panelSurface;
+    double _paintedOpacity = 1.0;
+    bool _movedByUser = false; // dragged by the user since the panel was last centred
     bool _composited = true;
     TQBkgndView *_background = nullptr;
     TQIconView *_iconView = nullptr;

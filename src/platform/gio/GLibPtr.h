@@ -73,6 +73,9 @@ template <> struct GLibFree<GDesktopAppInfo> : GObjectUnref
 template <> struct GLibFree<GDBusConnection> : GObjectUnref
 {
 };
+template <> struct GLibFree<GAppLaunchContext> : GObjectUnref
+{
+};
 template <> struct GLibFree<GSettings> : GObjectUnref
 {
 };

@@ -1,15 +1,36 @@
 #include "platform/gio/GioAppLauncher.h"
 
+#include "desktop/ActivationTokens.h"
 #include "desktop/AppsOnDisk.h"
 #include "extras/Logging.h"
 #include "platform/gio/GioDesktopEntry.h"
 
 #include <QFile>
 #include <QFileInfo>
+#include <QProcessEnvironment>
 #include <QThreadPool>
 
 namespace kelp {
 namespace {
+
+// The environment a launched application gets: Kelp's own, without what only Kelp's Qt should see
+// (its platform plugin and the Wayland panel's settings), plus the activation token when there is
+// one.
+GLibPtr<GAppLaunchContext> launchContext(const QString &token)
+{
+    GLibPtr<GAppLaunchContext> context(g_app_launch_context_new());
+    for (const QString &name : QProcessEnvironment::systemEnvironment().keys()) {
+        if (name == QLatin1String("QT_QPA_PLATFORM") ||
+            name.startsWith(QLatin1String("QT_WAYLAND_")))
+            g_app_launch_context_unsetenv(context.get(), name.toUtf8().constData());
+    }
+    if (!token.isEmpty()) {
+        const QByteArray value = token.toUtf8();
+        g_app_launch_context_setenv(context.get(), "XDG_ACTIVATION_TOKEN", value.constData());
+        g_app_launch_context_setenv(context.get(), "DESKTOP_STARTUP_ID", value.constData());
+    }
+    return context;
+}
 
 GLibPtr<GStringList> uriList(const QList<QUrl> &items)
 {
@@ -131,7 +152,11 @@ LaunchResult GioAppLauncher::launch(const QString &path, const QList<QUrl> &item
     }
 
     const GLibPtr<GStringList> uris = uriList(items);
-    if (g_app_info_launch_uris(info.get(), uris.get(), nullptr, outPtr(error)))
+    QString appId = file.fileName();
+    if (appId.endsWith(QLatin1String(".desktop"))) appId.chop(8);
+    const GLibPtr<GAppLaunchContext> context =
+        launchContext(_tokens ? _tokens->requestToken(appId) : QString());
+    if (g_app_info_launch_uris(info.get(), uris.get(), context.get(), outPtr(error)))
         return {LaunchResult::Launched, {}};
     const bool missing =
         error && ((error->domain == G_SPAWN_ERROR && error->code == G_SPAWN_ERROR_NOENT) ||

@@ -3,11 +3,21 @@
 // files and the uninstaller hand-offs. Needs no window system.
 #include "desktop/AppLauncher.h"
 
+#include <memory>
+
 namespace kelp {
+
+class ActivationTokens;
 
 class GioAppLauncher : public AppLauncher
 {
 public:
+    // Every launch asks `tokens` (when set) for a token that lets the application take the front.
+    void setActivationTokens(std::shared_ptr<ActivationTokens> tokens)
+    {
+        _tokens = std::move(tokens);
+    }
+
     LaunchResult launch(const QString &path, const QList<QUrl> &items) override;
 
     bool canAcceptURL(const QString &appPath, const QUrl &item) const override;
@@ -25,6 +35,9 @@ public:
     // The content type GIO gives the item ("text/plain", "inode/directory",
     // "x-scheme-handler/https"), or an empty string.
     static QString contentTypeForURL(const QUrl &item);
+
+private:
+    std::shared_ptr<ActivationTokens> _tokens;
 };
 
 } // namespace kelp

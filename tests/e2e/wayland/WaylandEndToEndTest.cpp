@@ -1,0 +1,281 @@
+// Kelp under a headless sway, as a user of a wlroots desktop meets it: the panel is a layer
+// surface centred on the output and drawn above a fullscreen window, letters typed right after
+// `kelp --show` reach the filter with no click, Return launches with an activation token and
+// without Kelp's own Qt settings, a compositor binding of `kelp --toggle` toggles every time, and
+// the compositor going away ends Kelp with its files intact.
+#include "support/SwaySession.h"
+#include "support/TestSupport.h"
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace kelp::test {
+namespace {
+
+const QColor kFullscreen(0, 255, 0);
+
+class Wayland : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(home.isValid());
+        QFile::setPermissions(home.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                               QFileDevice::ExeOwner);
+        const QString launched = home.filePath(QStringLiteral("launched"));
+        // An application that writes down the environment it was started with.
+        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("zebra.sh")),
+                              "#!/bin/sh\nenv > " + launched.toUtf8() + ".tmp && mv " +
+                                  launched.toUtf8() + ".tmp " + launched.toUtf8() + "\n"));
+        QFile::setPermissions(home.filePath(QStringLiteral("zebra.sh")),
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                  QFileDevice::ExeOwner);
+        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/zebra.desktop")),
+                              "[Desktop Entry]\nType=Application\nName=Zebra Notes\nExec=" +
+                                  home.filePath(QStringLiteral("zebra.sh")).toUtf8() + "\n"));
+        // The home's applications folder is the only scan folder.
+        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
+                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
+                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
+                                  "</string></dict></array></dict></plist>"));
+        // The compositor's binding runs kelp --toggle in the test home's environment.
+        const QString toggle = home.filePath(QStringLiteral("toggle.sh"));
+        ASSERT_TRUE(writeFile(
+            toggle, "#!/bin/sh\nexport HOME=" + home.path().toUtf8() + " XDG_DATA_HOME=" +
+                        home.path().toUtf8() + "/data XDG_CONFIG_HOME=" + home.path().toUtf8() +
+                        "/config XDG_CACHE_HOME=" + home.path().toUtf8() +
+                        "/cache XDG_DATA_DIRS=" + home.path().toUtf8() +
+                        "/machine\nunset QT_QPA_PLATFORM\nexec " KELP_BINARY " --toggle\n"));
+        QFile::setPermissions(toggle, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                          QFileDevice::ExeOwner);
+        SwaySession &sway = SwaySession::instance();
+        sway.extraConfig = QStringLiteral("bindsym Ctrl+Alt+k exec ") + toggle;
+        QString why;
+        if (!sway.start(&why)) GTEST_SKIP() << why.toStdString();
+        ASSERT_TRUE(sway.giveToUser(home.path()));
+        env = sway.clientEnvironment(privateHomeEnvironment(home.path()));
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), sway.runtimeDir());
+        env.remove(QStringLiteral("QT_QPA_PLATFORM")); // Kelp picks wayland itself
+    }
+
+    void TearDown() override
+    {
+        for (QProcess *p : {&kelp, &colour}) {
+            if (p->state() == QProcess::NotRunning) continue;
+            p->terminate();
+            if (!p->waitForFinished(5000)) p->kill();
+            p->waitForFinished(3000);
+        }
+        SwaySession::instance().stop();
+    }
+
+    void startKelp(const QStringList &arguments = {})
+    {
+        kelp.setProcessChannelMode(QProcess::MergedChannels);
+        SwaySession::instance().startAsUser(kelp, QStringLiteral(KELP_BINARY), arguments, env);
+        ASSERT_TRUE(kelp.waitForStarted());
+    }
+
+    int runKelp(const QStringList &arguments)
+    {
+        QProcess p;
+        SwaySession::instance().startAsUser(p, QStringLiteral(KELP_BINARY), arguments, env);
+        return p.waitForFinished(20000) ? p.exitCode() : -1;
+    }
+
+    // A fullscreen window of one colour, fullscreen once sway says so.
+    void startFullscreenWindow()
+    {
+        QProcessEnvironment wayland = env;
+        wayland.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
+        SwaySession::instance().startAsUser(colour, QStringLiteral(COLOUR_WINDOW),
+                                            {kFullscreen.name()}, wayland);
+        ASSERT_TRUE(waitUntil([this] { return centrePixel() == kFullscreen.rgb(); }, 20000))
+            << "the fullscreen window never covered the output";
+    }
+
+    QRgb centrePixel()
+    {
+        const QImage shot = SwaySession::instance().screenshot();
+        if (shot.isNull()) return 0;
+        return shot.pixel(shot.width() / 2, shot.height() / 2) | 0xff000000u;
+    }
+
+    // The rectangle of the screenshot's pixels that are not `background`.
+    static QRect differingRect(const QImage &shot, QRgb background)
+    {
+        QRect r;
+        for (int y = 0; y < shot.height(); y += 2)
+            for (int x = 0; x < shot.width(); x += 2)
+                if ((shot.pixel(x, y) | 0xff000000u) != background) r |= QRect(x, y, 1, 1);
+        return r;
+    }
+
+    bool panelShowing() { return centrePixel() != kFullscreen.rgb(); }
+
+    QTemporaryDir home;
+    QProcessEnvironment env;
+    QProcess kelp;
+    QProcess colour;
+};
+
+TEST_F(Wayland, PanelIsCentredAboveAFullscreenWindowAndTakesKeysWithNoClick)
+{
+    startFullscreenWindow();
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil([this] { return panelShowing(); }, 20000))
+        << "the panel never showed above the fullscreen window: " << kelp.readAll().toStdString();
+    // Settled (the fade done, the catalogue in): the panel's pixels are centred on the output.
+    QTest::qWait(1500);
+    const QImage shot = SwaySession::instance().screenshot();
+    ASSERT_FALSE(shot.isNull());
+    const QRect panel = differingRect(shot, kFullscreen.rgb());
+    EXPECT_GE(panel.width(), 150);
+    EXPECT_LT(panel.width(), shot.width()) << "a panel, not a window over the whole output";
+    EXPECT_NEAR(panel.center().x(), shot.width() / 2, 4);
+    EXPECT_NEAR(panel.center().y(), shot.height() / 2, 4);
+
+    // Letters and Return right away, no click: the one matching application starts, with an
+    // activation token and without the settings only Kelp's own Qt should see.
+    SwaySession &sway = SwaySession::instance();
+    ASSERT_TRUE(sway.type({QStringLiteral("zeb")}));
+    QTest::qWait(300);
+    ASSERT_TRUE(sway.type({QStringLiteral("-k"), QStringLiteral("Return")}));
+    const QString launched = home.filePath(QStringLiteral("launched"));
+    ASSERT_TRUE(waitUntil([&] { return QFile::exists(launched); }, 15000))
+        << "typing a filter and Return did not launch the application: "
+        << kelp.readAll().toStdString();
+    const QString environment = QString::fromUtf8(readFile(launched));
+    EXPECT_TRUE(environment.contains(QLatin1String("\nXDG_ACTIVATION_TOKEN=")) ||
+                environment.startsWith(QLatin1String("XDG_ACTIVATION_TOKEN=")));
+    EXPECT_TRUE(environment.contains(QLatin1String("DESKTOP_STARTUP_ID=")));
+    EXPECT_FALSE(environment.contains(QLatin1String("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT")));
+    EXPECT_FALSE(environment.contains(QLatin1String("QT_QPA_PLATFORM=")));
+    EXPECT_EQ(runKelp({QStringLiteral("--quit")}), 0);
+    EXPECT_TRUE(kelp.waitForFinished(15000));
+    EXPECT_EQ(kelp.exitCode(), 0) << "Kelp did not end cleanly on request";
+    const QByteArray log = kelp.readAll();
+    EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
+    EXPECT_TRUE(log.contains("zwlr_layer_shell_v1")) << "the session line names what is offered";
+}
+
+TEST_F(Wayland, CompositorBindingTogglesEveryTime)
+{
+    startFullscreenWindow();
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil([this] { return panelShowing(); }, 20000));
+    QTest::qWait(1000);
+    SwaySession &sway = SwaySession::instance();
+    int toggled = 0;
+    bool showing = true;
+    for (int i = 0; i < 20; ++i) {
+        sway.type({QStringLiteral("-M"), QStringLiteral("ctrl"), QStringLiteral("-M"),
+                   QStringLiteral("alt"), QStringLiteral("k"), QStringLiteral("-m"),
+                   QStringLiteral("alt"), QStringLiteral("-m"), QStringLiteral("ctrl")});
+        showing = !showing;
+        if (waitUntil([&] { return panelShowing() == showing; }, 5000))
+            ++toggled;
+        else
+            showing = panelShowing();
+        QTest::qWait(400); // past the fade
+    }
+    EXPECT_EQ(toggled, 20) << kelp.readAll().toStdString();
+}
+
+TEST_F(Wayland, CompositorGoingAwayEndsKelpWithItsFilesIntact)
+{
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            return QFile::exists(home.filePath(QStringLiteral("config/Kelp/Kelp.plist"))) &&
+                   !QDir(home.filePath(QStringLiteral("data/Kelp"))).isEmpty();
+        },
+        20000));
+    QTest::qWait(2000);
+    // Every file Kelp keeps, as it is before the compositor goes.
+    auto snapshot = [&] {
+        QMap<QString, QByteArray> files;
+        for (const QString &folder : {QStringLiteral("config/Kelp"), QStringLiteral("data/Kelp")}) {
+            const QDir dir(home.filePath(folder));
+            for (const QString &name : dir.entryList(QDir::Files))
+                files.insert(folder + QLatin1Char('/') + name, readFile(dir.filePath(name)));
+        }
+        return files;
+    };
+    const auto before = snapshot();
+    ASSERT_FALSE(before.isEmpty());
+    SwaySession::instance().stop();
+    ASSERT_TRUE(kelp.waitForFinished(15000)) << "Kelp outlived its compositor";
+    EXPECT_EQ(kelp.exitStatus(), QProcess::NormalExit) << kelp.readAll().toStdString();
+    const auto after = snapshot();
+    EXPECT_EQ(after.keys(), before.keys());
+    for (auto it = before.begin(); it != before.end(); ++it)
+        EXPECT_FALSE(after.value(it.key()).isEmpty()) << it.key().toStdString() << " emptied";
+}
+
+// Weston offers no layer shell: the panel is an ordinary window there, Kelp says so once and
+// everything else runs.
+TEST(WaylandWithoutLayerShell, PanelIsAnOrdinaryWindowAndKelpSaysSo)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("weston")).isEmpty())
+        GTEST_SKIP() << "weston is not installed";
+    SwaySession &session = SwaySession::instance();
+    QString why;
+    ASSERT_TRUE(session.ensureUser(&why)) << why.toStdString();
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QFile::setPermissions(dir.path(), QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                          QFileDevice::ExeOwner | QFileDevice::ExeOther);
+    const QString runtime = dir.filePath(QStringLiteral("runtime"));
+    const QString home = dir.filePath(QStringLiteral("home"));
+    QDir().mkpath(runtime);
+    QDir().mkpath(home + QStringLiteral("/data/applications"));
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    ASSERT_TRUE(session.giveToUser(runtime) && session.giveToUser(home));
+
+    QProcessEnvironment env = privateHomeEnvironment(home);
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
+    QProcess weston;
+    session.startAsUser(weston, QStringLiteral("weston"),
+                        {QStringLiteral("--backend=headless-backend.so"),
+                         QStringLiteral("--socket=wayland-kelp"), QStringLiteral("--idle-time=0")},
+                        env);
+    ASSERT_TRUE(
+        waitUntil([&] { return QFile::exists(runtime + QStringLiteral("/wayland-kelp")); }, 20000))
+        << "weston did not start";
+    env.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-kelp"));
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    QProcess kelp;
+    kelp.setProcessChannelMode(QProcess::MergedChannels);
+    session.startAsUser(kelp, QStringLiteral(KELP_BINARY), {}, env);
+    QByteArray log;
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            log += kelp.readAll();
+            return log.contains("ordinary window");
+        },
+        20000))
+        << log.toStdString();
+    QProcess quit;
+    session.startAsUser(quit, QStringLiteral(KELP_BINARY), {QStringLiteral("--quit")}, env);
+    EXPECT_TRUE(quit.waitForFinished(20000));
+    EXPECT_TRUE(kelp.waitForFinished(15000)) << "Kelp did not quit on request";
+    EXPECT_EQ(kelp.exitCode(), 0);
+    log += kelp.readAll();
+    EXPECT_EQ(log.count("ordinary window"), 1) << log.toStdString();
+    EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
+    weston.terminate();
+    if (!weston.waitForFinished(5000)) weston.kill();
+    weston.waitForFinished(3000);
+}
+
+} // namespace
+} // namespace kelp::test
