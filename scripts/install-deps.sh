@@ -11,6 +11,8 @@ packages=(
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev trayer
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
     desktop-file-utils dpkg-dev
+    libwayland-dev libwayland-bin qt6-base-private-dev qt6-wayland plasma-wayland-protocols
+    sway weston libwlroots-examples
     googletest libgtest-dev libbenchmark-dev
     clang-format
     clang libclang-rt-14-dev

@@ -8,6 +8,8 @@
 #include "platform/gio/GioLauncherProgress.h"
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/FreedesktopIconThemes.h"
+#include "platform/wayland/WaylandClientDisplay.h"
+#include "platform/wayland/WaylandWindowSystem.h"
 #include "platform/x11/X11Compositing.h"
 #include "platform/x11/X11HotKeys.h"
 #include "platform/x11/X11HotSpots.h"
@@ -49,6 +51,12 @@ void addWindowSystem(Desktop &services, const QString &platformName, bool trigge
             auto compositing = std::make_shared<X11Compositing>();
             if (compositing->isWatching()) services.compositing = compositing;
             if (triggers) addTriggers(services);
+            return;
+        }
+    }
+    if (platformName == QLatin1String("wayland")) {
+        if (auto display = WaylandClientDisplay::fromQt()) {
+            addWaylandRunningApplications(services, display);
             return;
         }
     }

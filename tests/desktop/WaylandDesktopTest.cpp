@@ -1,0 +1,270 @@
+// Running applications on Wayland end to end: a headless sway, real Wayland programs (weston's
+// demo clients) launched through catalogue entries, followed into group 0, brought to the front
+// and closed through the compositor's window list. Cross-checked with wlroots' own foreign-toplevel
+// tool and with sway's tree.
+#include "catalogue/CatalogueFixture.h"
+
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
+#include "desktop/WindowControl.h"
+#include "platform/DesktopFactory.h"
+#include "platform/wayland/WaylandClientDisplay.h"
+#include "platform/wayland/WaylandRunningApplications.h"
+#include "platform/wayland/WaylandWindowSystem.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <pwd.h>
+#include <unistd.h>
+
+namespace kelp::test {
+namespace {
+
+// One headless sway for the test program. Sway will not run as root: then it runs as "nobody",
+// in a runtime folder handed to that user, and the tests (root) connect to its socket.
+class Sway
+{
+public:
+    static Sway &instance()
+    {
+        static Sway sway;
+        return sway;
+    }
+    bool start(QString *why)
+    {
+        if (process.state() == QProcess::Running) return true;
+        if (QStandardPaths::findExecutable(QStringLiteral("sway")).isEmpty()) {
+            *why = QStringLiteral("sway is not installed");
+            return false;
+        }
+        const QString config = runtime.filePath(QStringLiteral("sway.conf"));
+        writeFile(config, "output HEADLESS-1 resolution 1024x768\nxwayland disable\n"
+                          "default_border none\n");
+        QStringList command = {QStringLiteral("sway"), QStringLiteral("-c"), config};
+        if (::geteuid() == 0) {
+            const passwd *nobody = ::getpwnam("nobody");
+            if (!nobody || ::chown(QFile::encodeName(runtime.path()).constData(), nobody->pw_uid,
+                                   nobody->pw_gid) != 0) {
+                *why = QStringLiteral("no unprivileged user to run sway as");
+                return false;
+            }
+            QFile::setPermissions(config, QFile::ReadOwner | QFile::ReadOther);
+            command = QStringList{QStringLiteral("runuser"), QStringLiteral("-u"),
+                                  QStringLiteral("nobody"), QStringLiteral("--")} +
+                      command;
+        }
+        QProcessEnvironment env;
+        env.insert(QStringLiteral("HOME"), runtime.path());
+        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+        env.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
+        env.insert(QStringLiteral("WLR_BACKENDS"), QStringLiteral("headless"));
+        env.insert(QStringLiteral("WLR_RENDERER"), QStringLiteral("pixman"));
+        env.insert(QStringLiteral("WLR_LIBINPUT_NO_DEVICES"), QStringLiteral("1"));
+        process.setProcessEnvironment(env);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.setStandardOutputFile(QProcess::nullDevice());
+        process.start(command.takeFirst(), command);
+        const QString socket = runtime.filePath(QStringLiteral("wayland-1"));
+        const bool up = waitUntil([&]() {
+            return QFile::exists(socket) &&
+                   !QDir(runtime.path())
+                        .entryList({QStringLiteral("sway-ipc.*")}, QDir::System)
+                        .isEmpty();
+        });
+        if (!up) {
+            *why = QStringLiteral("sway did not start");
+            return false;
+        }
+        qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
+        qputenv("WAYLAND_DISPLAY", "wayland-1");
+        qputenv("SWAYSOCK",
+                runtime
+                    .filePath(QDir(runtime.path())
+                                  .entryList({QStringLiteral("sway-ipc.*")}, QDir::System)
+                                  .first())
+                    .toUtf8());
+        return true;
+    }
+    // The app id of the focused window, from sway's tree.
+    static QString focusedAppId()
+    {
+        QProcess swaymsg;
+        swaymsg.start(QStringLiteral("swaymsg"),
+                      {QStringLiteral("-t"), QStringLiteral("get_tree")});
+        swaymsg.waitForFinished();
+        std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
+            if (node.value(QStringLiteral("focused")).toBool())
+                return node.value(QStringLiteral("app_id")).toString();
+            for (const QString &key : {QStringLiteral("nodes"), QStringLiteral("floating_nodes")}) {
+                for (const QJsonValue &child : node.value(key).toArray()) {
+                    const QString found = find(child.toObject());
+                    if (!found.isEmpty()) return found;
+                }
+            }
+            return QString();
+        };
+        return find(QJsonDocument::fromJson(swaymsg.readAllStandardOutput()).object());
+    }
+    // The app ids wlroots' own foreign-toplevel tool lists.
+    static QString toplevelTool()
+    {
+        QProcess tool;
+        tool.start(QStringLiteral("/usr/lib/wlroots/foreign-toplevel"), QStringList{});
+        tool.waitForFinished();
+        return QString::fromUtf8(tool.readAllStandardOutput());
+    }
+
+    ~Sway()
+    {
+        process.terminate();
+        if (!process.waitForFinished(3000)) process.kill();
+        process.waitForFinished();
+    }
+
+private:
+    QTemporaryDir runtime;
+    QProcess process;
+};
+
+const QString kTerminalId = QStringLiteral("org.freedesktop.weston.wayland-terminal");
+const QString kFlowerId = QStringLiteral("org.freedesktop.weston.flower");
+
+class WaylandDesktopTest : public CatalogueFixture
+{
+protected:
+    void SetUp() override
+    {
+        QString why;
+        if (!Sway::instance().start(&why)) GTEST_SKIP() << why.toStdString();
+        if (QStandardPaths::findExecutable(QStringLiteral("weston-terminal")).isEmpty())
+            GTEST_SKIP() << "weston's demo clients are not installed";
+        CatalogueFixture::SetUp();
+        apps = home.filePath(QStringLiteral("data/applications"));
+        display = WaylandClientDisplay::connectTo();
+        ASSERT_TRUE(display);
+        Desktop services = makeDesktop(QStringLiteral("offscreen"));
+        ASSERT_TRUE(addWaylandRunningApplications(services, display))
+            << "sway shares no window list";
+        running = services.running;
+        setDesktop(services);
+        makeCatalogue();
+    }
+    void TearDown() override
+    {
+        for (QProcess *p : programs) {
+            p->kill();
+            p->waitForFinished();
+            delete p;
+        }
+        if (running) waitUntil([this]() { return running->runningApplications().isEmpty(); });
+        catalogue.reset();
+        setDesktop({});
+        running.reset();
+        display.reset();
+    }
+
+    QString entry(const QString &name, const QByteArray &body)
+    {
+        const QString path = apps + QLatin1Char('/') + name;
+        EXPECT_TRUE(writeFile(path, "[Desktop Entry]\nType=Application\n" + body));
+        return path;
+    }
+    void useEntries(const QStringList &paths)
+    {
+        setAll({paths});
+        catalogue->refreshRunningApps();
+        ASSERT_TRUE(waitUntil([this]() { return !running->isMatchingPending(); }));
+    }
+    void start(const QString &program)
+    {
+        auto *p = new QProcess;
+        p->setStandardOutputFile(QProcess::nullDevice());
+        p->setStandardErrorFile(QProcess::nullDevice());
+        p->start(program, QStringList{});
+        programs.append(p);
+    }
+    QStringList group0() { return paths(catalogue->runningApps()); }
+    QString front()
+    {
+        const TQAppPtr a = catalogue->activeApp();
+        return a ? a->path() : QString();
+    }
+
+    QString apps;
+    std::shared_ptr<WaylandClientDisplay> display;
+    std::shared_ptr<RunningApplications> running;
+    QList<QProcess *> programs;
+};
+
+TEST_F(WaylandDesktopTest, ToplevelsJoinGroupZeroComeToTheFrontAndLeave)
+{
+    // The terminal is claimed by its desktop-file ID; the flower has no entry and stands alone
+    // under its app id.
+    const QString terminal =
+        entry(kTerminalId + QStringLiteral(".desktop"), "Name=Terminal\nExec=weston-terminal\n");
+    useEntries({terminal});
+
+    start(QStringLiteral("weston-terminal"));
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{terminal}; }))
+        << group0().join(' ').toStdString();
+    EXPECT_EQ(catalogue->runningApps().first()->name(), QStringLiteral("Terminal"));
+    EXPECT_TRUE(Sway::toplevelTool().contains(QStringLiteral("app_id=") + kTerminalId));
+
+    start(QStringLiteral("weston-flower"));
+    ASSERT_TRUE(waitUntil([&]() { return group0().size() == 2; }))
+        << group0().join(' ').toStdString();
+    const TQAppPtr flower = catalogue->runningApps().at(1);
+    EXPECT_EQ(flower->name(), kFlowerId);
+    EXPECT_NE(flower->path(), terminal);
+    EXPECT_TRUE(Sway::toplevelTool().contains(QStringLiteral("app_id=") + kFlowerId));
+
+    // Sway focuses new windows: the flower is in front; activating the terminal brings it back.
+    ASSERT_TRUE(waitUntil([&]() { return front() == flower->path(); })) << front().toStdString();
+    const TQAppPtr terminalApp = catalogue->runningApps().first();
+    ASSERT_TRUE(desktop().windowControl->activate(terminal));
+    ASSERT_TRUE(waitUntil([&]() { return front() == terminal; })) << front().toStdString();
+    EXPECT_EQ(Sway::focusedAppId(), kTerminalId);
+    EXPECT_EQ(paths(catalogue->frontApps()).mid(1), (QStringList{flower->path(), terminal}));
+    // Sway has no minimised state: both stay visible.
+    EXPECT_TRUE(desktop().windowControl->isVisible(terminal));
+    EXPECT_EQ(desktop().windowControl->pid(terminal), 0);
+
+    // A polite close: the flower ends of itself and leaves group 0 and the history.
+    desktop().windowControl->quit(flower->path());
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{terminal}; }))
+        << group0().join(' ').toStdString();
+    EXPECT_TRUE(programs.at(1)->waitForFinished(5000));
+    EXPECT_FALSE(paths(catalogue->frontApps()).contains(flower->path()));
+}
+
+TEST_F(WaylandDesktopTest, KelpOnQtsOwnConnectionSeesTheRunningProgram)
+{
+    // The factory's path in the running Kelp: Qt on its wayland platform, Kelp's objects on Qt's
+    // connection, dispatched by Qt.
+    const QString terminal =
+        entry(kTerminalId + QStringLiteral(".desktop"), "Name=Terminal\nExec=weston-terminal\n");
+    useEntries({terminal});
+    start(QStringLiteral("weston-terminal"));
+    ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{terminal}; }));
+
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
+    const KelpRun printed =
+        runKelp(QStringLiteral(KELP_BINARY), {QStringLiteral("--print-catalogue")}, env);
+    EXPECT_EQ(printed.status, 0) << printed.err.toStdString();
+    EXPECT_TRUE(QJsonDocument::fromJson(printed.out)
+                    .object()
+                    .value(QStringLiteral("runningApps"))
+                    .toArray()
+                    .contains(terminal))
+        << printed.out.toStdString() << printed.err.toStdString();
+}
+
+} // namespace
+} // namespace kelp::test
