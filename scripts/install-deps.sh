@@ -9,10 +9,10 @@ packages=(
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xfixes0-dev xvfb openbox xterm x11-apps
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev trayer
+    sway grim wtype libwlroots-examples weston qt6-wayland qt6-wayland-dev wayland-protocols
+    libwayland-dev libwayland-bin qt6-base-private-dev plasma-wayland-protocols xwayland
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
     desktop-file-utils dpkg-dev
-    libwayland-dev libwayland-bin qt6-base-private-dev qt6-wayland plasma-wayland-protocols
-    sway weston libwlroots-examples
     googletest libgtest-dev libbenchmark-dev
     clang-format
     clang libclang-rt-14-dev

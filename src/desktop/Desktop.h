@@ -9,6 +9,7 @@
 
 namespace kelp {
 
+class ActivationTokens;
 class AppLauncher;
 class AppsOnDisk;
 class Compositing;
@@ -18,6 +19,7 @@ class HotSpots;
 class IconSource;
 class IconThemes;
 class LauncherProgress;
+class PanelSurface;
 class RunningApplications;
 class StatusTray;
 class WindowControl;
@@ -44,6 +46,10 @@ struct Desktop
     std::shared_ptr<HotSpots> hotSpots;
     std::shared_ptr<StatusTray> statusTray;
     std::shared_ptr<WorkspaceCheck> workspaceCheck; // is the panel on every workspace
+    // The panel placed by the desktop itself (a Wayland layer surface; null: an ordinary window).
+    std::shared_ptr<PanelSurface> panelSurface;
+    // Tokens that let a launched or activated application take the front (null: none needed).
+    std::shared_ptr<ActivationTokens> activationTokens;
     // One line for the log and the preferences: the session and what of it Kelp can use (empty
     // when the factory has nothing to say).
     QString summary;

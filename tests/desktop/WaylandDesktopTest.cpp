@@ -11,6 +11,7 @@
 #include "platform/wayland/WaylandClientDisplay.h"
 #include "platform/wayland/WaylandRunningApplications.h"
 #include "platform/wayland/WaylandWindowSystem.h"
+#include "support/SwaySession.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -20,117 +21,34 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <pwd.h>
-#include <unistd.h>
-
 namespace kelp::test {
 namespace {
 
-// One headless sway for the test program. Sway will not run as root: then it runs as "nobody",
-// in a runtime folder handed to that user, and the tests (root) connect to its socket.
-class Sway
+// The app id of the focused window, from sway's tree.
+QString focusedAppId()
 {
-public:
-    static Sway &instance()
-    {
-        static Sway sway;
-        return sway;
-    }
-    bool start(QString *why)
-    {
-        if (process.state() == QProcess::Running) return true;
-        if (QStandardPaths::findExecutable(QStringLiteral("sway")).isEmpty()) {
-            *why = QStringLiteral("sway is not installed");
-            return false;
-        }
-        const QString config = runtime.filePath(QStringLiteral("sway.conf"));
-        writeFile(config, "output HEADLESS-1 resolution 1024x768\nxwayland disable\n"
-                          "default_border none\n");
-        QStringList command = {QStringLiteral("sway"), QStringLiteral("-c"), config};
-        if (::geteuid() == 0) {
-            const passwd *nobody = ::getpwnam("nobody");
-            if (!nobody || ::chown(QFile::encodeName(runtime.path()).constData(), nobody->pw_uid,
-                                   nobody->pw_gid) != 0) {
-                *why = QStringLiteral("no unprivileged user to run sway as");
-                return false;
+    const QByteArray tree =
+        SwaySession::instance().swaymsg({QStringLiteral("-t"), QStringLiteral("get_tree")});
+    std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
+        if (node.value(QStringLiteral("focused")).toBool())
+            return node.value(QStringLiteral("app_id")).toString();
+        for (const QString &key : {QStringLiteral("nodes"), QStringLiteral("floating_nodes")}) {
+            for (const QJsonValue &child : node.value(key).toArray()) {
+                const QString found = find(child.toObject());
+                if (!found.isEmpty()) return found;
             }
-            QFile::setPermissions(config, QFile::ReadOwner | QFile::ReadOther);
-            command = QStringList{QStringLiteral("runuser"), QStringLiteral("-u"),
-                                  QStringLiteral("nobody"), QStringLiteral("--")} +
-                      command;
         }
-        QProcessEnvironment env;
-        env.insert(QStringLiteral("HOME"), runtime.path());
-        env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
-        env.insert(QStringLiteral("PATH"), qEnvironmentVariable("PATH"));
-        env.insert(QStringLiteral("WLR_BACKENDS"), QStringLiteral("headless"));
-        env.insert(QStringLiteral("WLR_RENDERER"), QStringLiteral("pixman"));
-        env.insert(QStringLiteral("WLR_LIBINPUT_NO_DEVICES"), QStringLiteral("1"));
-        process.setProcessEnvironment(env);
-        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process.setStandardOutputFile(QProcess::nullDevice());
-        process.start(command.takeFirst(), command);
-        const QString socket = runtime.filePath(QStringLiteral("wayland-1"));
-        const bool up = waitUntil([&]() {
-            return QFile::exists(socket) &&
-                   !QDir(runtime.path())
-                        .entryList({QStringLiteral("sway-ipc.*")}, QDir::System)
-                        .isEmpty();
-        });
-        if (!up) {
-            *why = QStringLiteral("sway did not start");
-            return false;
-        }
-        qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
-        qputenv("WAYLAND_DISPLAY", "wayland-1");
-        qputenv("SWAYSOCK",
-                runtime
-                    .filePath(QDir(runtime.path())
-                                  .entryList({QStringLiteral("sway-ipc.*")}, QDir::System)
-                                  .first())
-                    .toUtf8());
-        return true;
-    }
-    // The app id of the focused window, from sway's tree.
-    static QString focusedAppId()
-    {
-        QProcess swaymsg;
-        swaymsg.start(QStringLiteral("swaymsg"),
-                      {QStringLiteral("-t"), QStringLiteral("get_tree")});
-        swaymsg.waitForFinished();
-        std::function<QString(const QJsonObject &)> find = [&](const QJsonObject &node) {
-            if (node.value(QStringLiteral("focused")).toBool())
-                return node.value(QStringLiteral("app_id")).toString();
-            for (const QString &key : {QStringLiteral("nodes"), QStringLiteral("floating_nodes")}) {
-                for (const QJsonValue &child : node.value(key).toArray()) {
-                    const QString found = find(child.toObject());
-                    if (!found.isEmpty()) return found;
-                }
-            }
-            return QString();
-        };
-        return find(QJsonDocument::fromJson(swaymsg.readAllStandardOutput()).object());
-    }
-    // The app ids wlroots' own foreign-toplevel tool lists.
-    static QString toplevelTool()
-    {
-        QProcess tool;
-        tool.start(QStringLiteral("/usr/lib/wlroots/foreign-toplevel"), QStringList{});
-        tool.waitForFinished();
-        return QString::fromUtf8(tool.readAllStandardOutput());
-    }
+        return QString();
+    };
+    return find(QJsonDocument::fromJson(tree).object());
+}
 
-    ~Sway()
-    {
-        process.terminate();
-        if (!process.waitForFinished(3000)) process.kill();
-        process.waitForFinished();
-    }
-
-private:
-    QTemporaryDir runtime;
-    QProcess process;
-};
+// What wlroots' own foreign-toplevel tool lists: one line per toplevel with its app id.
+QString toplevelTool()
+{
+    return QString::fromUtf8(SwaySession::instance().run(
+        QStringLiteral("/usr/lib/wlroots/foreign-toplevel"), QStringList{}));
+}
 
 const QString kTerminalId = QStringLiteral("org.freedesktop.weston.wayland-terminal");
 const QString kFlowerId = QStringLiteral("org.freedesktop.weston.flower");
@@ -141,11 +59,15 @@ protected:
     void SetUp() override
     {
         QString why;
-        if (!Sway::instance().start(&why)) GTEST_SKIP() << why.toStdString();
+        if (!SwaySession::instance().start(&why)) GTEST_SKIP() << why.toStdString();
         if (QStandardPaths::findExecutable(QStringLiteral("weston-terminal")).isEmpty())
             GTEST_SKIP() << "weston's demo clients are not installed";
         CatalogueFixture::SetUp();
         apps = home.filePath(QStringLiteral("data/applications"));
+        // This process talks to sway as a client of its own (Qt itself runs offscreen here).
+        const QProcessEnvironment env = SwaySession::instance().clientEnvironment();
+        for (const char *name : {"WAYLAND_DISPLAY", "XDG_RUNTIME_DIR", "SWAYSOCK"})
+            qputenv(name, env.value(QString::fromLatin1(name)).toUtf8());
         display = WaylandClientDisplay::connectTo();
         ASSERT_TRUE(display);
         Desktop services = makeDesktop(QStringLiteral("offscreen"));
@@ -158,7 +80,9 @@ protected:
     void TearDown() override
     {
         for (QProcess *p : programs) {
-            p->kill();
+            // runuser hands the signal on to the program it runs.
+            p->terminate();
+            if (!p->waitForFinished(5000)) p->kill();
             p->waitForFinished();
             delete p;
         }
@@ -186,7 +110,8 @@ protected:
         auto *p = new QProcess;
         p->setStandardOutputFile(QProcess::nullDevice());
         p->setStandardErrorFile(QProcess::nullDevice());
-        p->start(program, QStringList{});
+        SwaySession::instance().startAsUser(*p, program, {},
+                                            SwaySession::instance().clientEnvironment());
         programs.append(p);
     }
     QStringList group0() { return paths(catalogue->runningApps()); }
@@ -214,7 +139,7 @@ TEST_F(WaylandDesktopTest, ToplevelsJoinGroupZeroComeToTheFrontAndLeave)
     ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{terminal}; }))
         << group0().join(' ').toStdString();
     EXPECT_EQ(catalogue->runningApps().first()->name(), QStringLiteral("Terminal"));
-    EXPECT_TRUE(Sway::toplevelTool().contains(QStringLiteral("app_id=") + kTerminalId));
+    EXPECT_TRUE(toplevelTool().contains(QStringLiteral("app_id=") + kTerminalId));
 
     start(QStringLiteral("weston-flower"));
     ASSERT_TRUE(waitUntil([&]() { return group0().size() == 2; }))
@@ -222,14 +147,14 @@ TEST_F(WaylandDesktopTest, ToplevelsJoinGroupZeroComeToTheFrontAndLeave)
     const TQAppPtr flower = catalogue->runningApps().at(1);
     EXPECT_EQ(flower->name(), kFlowerId);
     EXPECT_NE(flower->path(), terminal);
-    EXPECT_TRUE(Sway::toplevelTool().contains(QStringLiteral("app_id=") + kFlowerId));
+    EXPECT_TRUE(toplevelTool().contains(QStringLiteral("app_id=") + kFlowerId));
 
     // Sway focuses new windows: the flower is in front; activating the terminal brings it back.
     ASSERT_TRUE(waitUntil([&]() { return front() == flower->path(); })) << front().toStdString();
     const TQAppPtr terminalApp = catalogue->runningApps().first();
     ASSERT_TRUE(desktop().windowControl->activate(terminal));
     ASSERT_TRUE(waitUntil([&]() { return front() == terminal; })) << front().toStdString();
-    EXPECT_EQ(Sway::focusedAppId(), kTerminalId);
+    EXPECT_EQ(focusedAppId(), kTerminalId);
     EXPECT_EQ(paths(catalogue->frontApps()).mid(1), (QStringList{flower->path(), terminal}));
     // Sway has no minimised state: both stay visible.
     EXPECT_TRUE(desktop().windowControl->isVisible(terminal));
@@ -253,7 +178,7 @@ TEST_F(WaylandDesktopTest, KelpOnQtsOwnConnectionSeesTheRunningProgram)
     start(QStringLiteral("weston-terminal"));
     ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{terminal}; }));
 
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    QProcessEnvironment env = SwaySession::instance().clientEnvironment();
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
     const KelpRun printed =
         runKelp(QStringLiteral(KELP_BINARY), {QStringLiteral("--print-catalogue")}, env);

@@ -1,10 +1,9 @@
 #include "platform/wayland/WaylandClientDisplay.h"
 
 #include "extras/Logging.h"
+#include "platform/wayland/WaylandSession.h"
 
-#include <QGuiApplication>
 #include <QSocketNotifier>
-#include <qpa/qplatformnativeinterface.h>
 
 #include <wayland-client.h>
 
@@ -14,16 +13,10 @@ namespace kelp {
 
 std::shared_ptr<WaylandClientDisplay> WaylandClientDisplay::fromQt()
 {
-    if (QGuiApplication::platformName() != QLatin1String("wayland")) return nullptr;
-    QPlatformNativeInterface *native = QGuiApplication::platformNativeInterface();
-    if (!native) return nullptr;
-    auto *display = static_cast<wl_display *>(
-        native->nativeResourceForIntegration(QByteArrayLiteral("wl_display")));
-    if (!display) {
-        qCWarning(lcPlatform) << "Qt's wayland platform gave no wl_display";
-        return nullptr;
-    }
-    return std::shared_ptr<WaylandClientDisplay>(new WaylandClientDisplay(display, false));
+    WaylandSession *session = WaylandSession::instance();
+    if (!session || !session->display()) return nullptr;
+    return std::shared_ptr<WaylandClientDisplay>(
+        new WaylandClientDisplay(session->display(), false));
 }
 
 std::shared_ptr<WaylandClientDisplay> WaylandClientDisplay::connectTo(const QByteArray &name)

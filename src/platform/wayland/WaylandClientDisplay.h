@@ -1,7 +1,7 @@
 #pragma once
 // WaylandClientDisplay: the Wayland connection Kelp's desktop layer puts its own objects on.
 //
-// In the running Kelp it is Qt's own connection, taken from Qt's native interface: Qt reads the
+// In the running Kelp it is Qt's own connection, from WaylandSession: Qt reads the
 // socket and dispatches the default event queue on the GUI thread, so listeners on objects made
 // here run from Qt's event dispatch with no polling. A connection of its own (tests, tools) is
 // read through a socket notifier instead, with the same effect. Objects are made on the default
