@@ -3,6 +3,7 @@
 #include "extras/Logging.h"
 #include "platform/wayland/WaylandSession.h"
 
+#include <QCoreApplication>
 #include <QSocketNotifier>
 
 #include <wayland-client.h>
@@ -43,18 +44,27 @@ WaylandClientDisplay::~WaylandClientDisplay()
     if (_owned) wl_display_disconnect(_display);
 }
 
+bool WaylandClientDisplay::isGone() const
+{
+    // Qt disconnects its display when the application object goes.
+    return !_owned && !QCoreApplication::instance();
+}
+
 void WaylandClientDisplay::flush()
 {
+    if (isGone()) return;
     if (wl_display_flush(_display) < 0 && errno != EAGAIN && _owned) readEvents();
 }
 
 bool WaylandClientDisplay::roundtrip()
 {
+    if (isGone()) return false;
     return wl_display_roundtrip(_display) >= 0;
 }
 
 bool WaylandClientDisplay::isBroken() const
 {
+    if (isGone()) return true;
     return wl_display_get_error(_display) != 0;
 }
 

@@ -35,6 +35,9 @@ public:
     // when the connection is broken.
     bool roundtrip();
     bool isBroken() const;
+    // Qt's connection ends with the application object; objects made on it must then be left
+    // alone (Kelp's desktop services outlive it).
+    bool isGone() const;
 
 Q_SIGNALS:
     // The compositor went away (a connection of Kelp's own only: Qt ends the application when

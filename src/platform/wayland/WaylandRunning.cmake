@@ -15,3 +15,4 @@ target_sources(kelp_platform PRIVATE
     wayland/WaylandWindowControl.cpp wayland/WaylandWindowControl.h
     wayland/WaylandWindowSystem.cpp wayland/WaylandWindowSystem.h)
 target_link_libraries(kelp_platform PRIVATE kelp_wayland_window_list_protocols)
+

@@ -238,7 +238,7 @@ WaylandRunningApplications::~WaylandRunningApplications()
 {
     // The entry reader posts to this object.
     _pool.waitForDone();
-    if (!_display) return;
+    if (!_display || _display->isGone()) return;
     for (const auto &toplevel : _toplevels) {
         if (toplevel->wlr) zwlr_foreign_toplevel_handle_v1_destroy(toplevel->wlr);
         if (toplevel->plasma) {

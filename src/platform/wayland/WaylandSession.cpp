@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QStringList>
@@ -70,7 +71,9 @@ WaylandSession::WaylandSession(wl_display *display) : _display(display)
 
 WaylandSession::~WaylandSession()
 {
-    // At exit Qt may already have closed the connection: only free what is Kelp's.
+    // At exit Qt may already have closed the connection: only free what is Kelp's, and nothing
+    // once the application object (and with it Qt's connection) is gone.
+    if (!QCoreApplication::instance()) return;
     if (_registry) wl_registry_destroy(_registry);
     if (_displayWrapper) wl_proxy_wrapper_destroy(_displayWrapper);
     if (_queue) wl_event_queue_destroy(_queue);
