@@ -73,6 +73,7 @@ AppList RunningGroup::launchedApps() const
     for (const RunningApp &running : _running->runningApplications()) {
         auto app = std::make_shared<TQApp>(running.path);
         if (!running.icon.isNull()) app->setIcon(running.icon);
+        if (!running.name.isEmpty()) app->setDisplayName(running.name);
         out.append(app);
     }
     return out;
@@ -82,8 +83,9 @@ const AppList &RunningGroup::appsFilled()
 {
     if (_apps.isEmpty() && _running) {
         _apps = launchedApps();
-        for (const TQAppPtr &app : std::as_const(_apps))
-            nameEntry(app);
+        for (const TQAppPtr &app : std::as_const(_apps)) {
+            if (!app->hasDisplayName()) nameEntry(app);
+        }
     }
     return _apps;
 }
@@ -104,6 +106,8 @@ void RunningGroup::rebuild()
                 if (const TQAppPtr known = _knownEntry(app->path());
                     known && known->hasDisplayName())
                     app->setDisplayName(known->name());
+                else if (!running.name.isEmpty())
+                    app->setDisplayName(running.name);
                 else
                     nameEntry(app);
                 if (!running.icon.isNull()) app->setIcon(running.icon);

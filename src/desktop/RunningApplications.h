@@ -18,12 +18,15 @@ namespace kelp {
 struct RunningApp
 {
     // The catalogue entry's path (a desktop entry) or, for a program no entry claims, the
-    // executable's path.
+    // executable's path (on Wayland, which names no processes, a stand-in made of its app id).
     QString path;
     qint64 pid = 0; // the first process seen for the application; 0 when unknown
     QList<quint32> windows;
     // The window's own icon, for applications no entry claims; null otherwise.
     QImage icon;
+    // The name to show for an application no entry claims and whose path says nothing (a Wayland
+    // toplevel's app id or title); empty otherwise.
+    QString name;
     bool matched = false;
 };
 
@@ -45,6 +48,9 @@ public:
     virtual void setKnownApplications(const QStringList &paths) = 0;
     // Whether facts about the known applications are still being read (matchingChanged follows).
     virtual bool isMatchingPending() const { return false; }
+    // False where the desktop keeps its windows to itself (GNOME's Wayland session): nothing
+    // will ever be listed, and the running group says so instead of looking merely empty.
+    virtual bool isShared() const { return true; }
 
 Q_SIGNALS:
     void launched();

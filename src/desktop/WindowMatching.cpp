@@ -16,6 +16,17 @@ bool sameIgnoringCase(const QString &a, const QString &b)
     return !a.isEmpty() && a.compare(b, Qt::CaseInsensitive) == 0;
 }
 
+// The entry whose Exec program's file name is the app id (ignoring case), launchers aside.
+QString matchAppIdToProgram(const QString &appId, const QList<EntryFacts> &entries)
+{
+    if (appId.isEmpty()) return {};
+    for (const EntryFacts &e : entries) {
+        if (e.program.isEmpty() || isLauncherProgram(e.program)) continue;
+        if (sameIgnoringCase(QFileInfo(e.program).fileName(), appId)) return e.path;
+    }
+    return {};
+}
+
 } // namespace
 
 bool isLauncherProgram(const QString &program)
@@ -43,16 +54,24 @@ QString matchWindow(const WindowFacts &window, const QList<EntryFacts> &entries)
 
     for (const EntryFacts &e : entries) {
         if (!e.startupWmClass.isEmpty() &&
-            (e.startupWmClass == window.wmClass || e.startupWmClass == window.wmInstance))
+            (e.startupWmClass == window.wmClass || e.startupWmClass == window.wmInstance ||
+             e.startupWmClass == window.appId))
             return e.path;
     }
     for (const EntryFacts &e : entries) {
         const QString id = idWithoutSuffix(e.desktopId);
-        if (sameIgnoringCase(id, window.wmClass) || sameIgnoringCase(id, window.wmInstance))
+        if (sameIgnoringCase(id, window.wmClass) || sameIgnoringCase(id, window.wmInstance) ||
+            sameIgnoringCase(id, window.appId))
             return e.path;
     }
+    if (!window.appId.isEmpty()) {
+        for (const EntryFacts &e : entries) {
+            if (sameIgnoringCase(e.startupWmClass, window.appId)) return e.path;
+        }
+    }
 
-    if (window.executable.isEmpty() || isLauncherProgram(window.executable)) return {};
+    if (window.executable.isEmpty()) return matchAppIdToProgram(window.appId, entries);
+    if (isLauncherProgram(window.executable)) return {};
     // Several entries may run one program ("xterm" and "xterm -e top"): prefer the one named
     // after the program, else the first in scan order.
     const QString programName = QFileInfo(window.executable).fileName();
@@ -73,7 +92,7 @@ QList<RunningApp> groupWindows(const QList<WindowFacts> &windows, const QList<En
         if (!w.regular) continue;
         QString path = matchWindow(w, entries);
         const bool matched = !path.isEmpty();
-        if (!matched) path = w.executable;
+        if (!matched) path = w.executable.isEmpty() ? w.unclaimedPath : w.executable;
         if (path.isEmpty()) continue;
 
         const auto found = indexByPath.constFind(path);

@@ -10,8 +10,12 @@
 //      entry whose desktop-file ID (without ".desktop") equals one of them, ignoring case;
 //   3. the entry whose Exec program is the process's executable (programs that merely run
 //      another one, such as shells and env, never match this way).
-// A window none of these claims belongs to its executable's path; a window with neither a match
-// nor a process is left out.
+// Wayland toplevels name no process: they go by their app id (XWayland windows by their X11
+// class), compared like WM_CLASS in rule 2, then with StartupWMClass ignoring case (toolkits
+// lower-case it), then with the file name of the entry's Exec program (a program that sets no
+// app id of its own goes by its executable's name).
+// A window none of these claims belongs to its executable's path, else to its unclaimed path
+// (a Wayland toplevel's stand-in); a window with neither a match nor either path is left out.
 #include "desktop/RunningApplications.h"
 
 #include <QList>
@@ -29,6 +33,9 @@ struct WindowFacts
     QString launchedDesktopFile;       // GIO_LAUNCHED_DESKTOP_FILE, or empty
     qint64 launchedDesktopFilePid = 0; // GIO_LAUNCHED_DESKTOP_FILE_PID, 0 when absent
     QString executable;                // the resolved /proc/PID/exe, empty when unknown
+    QString appId; // a Wayland toplevel's app id (an XWayland window's X11 class); empty on X11
+    // What a window that names no executable goes by when no entry claims it; empty on X11.
+    QString unclaimedPath;
     // A normal window that shows in the taskbar (not a dock, tool, dialog or skip-taskbar one).
     bool regular = true;
 };

@@ -9,8 +9,10 @@
 #include "platform/icons/FreedesktopIconSource.h"
 #include "platform/icons/FreedesktopIconThemes.h"
 #include "platform/wayland/WaylandActivation.h"
+#include "platform/wayland/WaylandClientDisplay.h"
 #include "platform/wayland/WaylandPanelSurface.h"
 #include "platform/wayland/WaylandSession.h"
+#include "platform/wayland/WaylandWindowSystem.h"
 #include "platform/x11/X11Compositing.h"
 #include "platform/x11/X11HotKeys.h"
 #include "platform/x11/X11HotSpots.h"
@@ -77,7 +79,6 @@ bool addWayland(Desktop &services)
             .arg(offered.isEmpty() ? QStringLiteral("none of the protocols Kelp knows")
                                    : offered.join(QStringLiteral(", ")),
                  active.join(QStringLiteral(", ")));
-    qCInfo(lcPlatform).noquote() << services.summary;
     return true;
 }
 
@@ -85,9 +86,23 @@ bool addWayland(Desktop &services)
 // compositor watch and the triggers.
 void addWindowSystem(Desktop &services, const QString &platformName, bool triggers)
 {
-    if (platformName == QLatin1String("wayland") && addWayland(services)) {
-        services.running = std::make_shared<HeadlessRunningApplications>();
-        return;
+    if (platformName == QLatin1String("wayland")) {
+        const bool known = addWayland(services);
+        if (auto display = WaylandClientDisplay::fromQt()) {
+            const bool shared = addWaylandRunningApplications(services, display);
+            if (!known) services.summary = QStringLiteral("Wayland");
+            services.summary +=
+                shared ? QStringLiteral("; running applications from the compositor's window list")
+                       : QStringLiteral("; no running applications (the compositor does not share "
+                                        "its window list)");
+            qCInfo(lcPlatform).noquote() << services.summary;
+            return;
+        }
+        if (known) {
+            qCInfo(lcPlatform).noquote() << services.summary;
+            services.running = std::make_shared<HeadlessRunningApplications>();
+            return;
+        }
     }
     if (platformName == QLatin1String("xcb")) {
         auto running = std::make_shared<X11RunningApplications>();

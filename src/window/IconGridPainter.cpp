@@ -131,6 +131,20 @@ void IconGridPainter::paintScanProgress(QPainter &painter) const
     }
 }
 
+// --- An empty group that says why ----------------------------------------------------------------
+
+void IconGridPainter::paintEmptyGroupNote(QPainter &painter, const QString &note) const
+{
+    QFont small = _view.font();
+    small.setPointSizeF(std::max(7.0, small.pointSizeF() * 0.85));
+    painter.setFont(small);
+    painter.setPen(_colours.text);
+    const QRectF box = QRectF(_view.rect())
+                           .adjusted(IconGridLayout::kMargin, IconGridLayout::kMargin,
+                                     -IconGridLayout::kMargin, -IconGridLayout::kMargin);
+    painter.drawText(box, Qt::AlignCenter | Qt::TextWordWrap, note);
+}
+
 // --- The grid ------------------------------------------------------------------------------------
 
 void IconGridPainter::paint(QPainter &painter, const QRegion &region) const
@@ -149,6 +163,10 @@ void IconGridPainter::paint(QPainter &painter, const QRegion &region) const
 
     const IconGridLayout &layout = _view.layout();
     const bool bunched = _view.showsBunches();
+    if (!_view.hasAppsShown()) {
+        if (const QString note = _view.emptyGroupNote(); !note.isEmpty())
+            paintEmptyGroupNote(painter, note);
+    }
     if (_view.hasAppsShown()) {
         const QRectF bounds = _view.rect();
         auto needsToDraw = [&](const QRectF &r) {

@@ -57,6 +57,7 @@ public:
 
 private:
     void paintScanProgress(QPainter &painter) const;
+    void paintEmptyGroupNote(QPainter &painter, const QString &note) const;
     void paintCell(QPainter &painter, std::uint64_t row, std::uint64_t col) const;
     void paintBunchSeparators(QPainter &painter) const;
     void paintBunchEndMark(QPainter &painter) const;

@@ -1,6 +1,8 @@
 #include "window/TQIconView.h"
 
 #include "catalogue/TQAppManager.h"
+#include "desktop/Desktop.h"
+#include "desktop/RunningApplications.h"
 #include "extras/Logging.h"
 #include "extras/Notifications.h"
 #include "settings/Defaults.h"
@@ -182,11 +184,19 @@ void TQIconView::resizeViewForced(bool forced)
     }
 }
 
+QString TQIconView::emptyGroupNote() const
+{
+    const std::shared_ptr<RunningApplications> running = desktop().running;
+    if (_groupShown != Group::Running || !running || running->isShared()) return {};
+    return tr("This desktop does not share its running applications");
+}
+
 QSize TQIconView::viewSize() const
 {
     if (_layout.rowCount() == 0 || _layout.colCount() == 0) {
         const int cell = _layout.maxIconWidth() + 2 * _layout.cellPadding();
-        return {cell + 2 * IconGridLayout::kMargin, cell + 2 * IconGridLayout::kMargin};
+        const int cells = emptyGroupNote().isEmpty() ? 1 : 3;
+        return {cells * cell + 2 * IconGridLayout::kMargin, cell + 2 * IconGridLayout::kMargin};
     }
     const QSizeF s = _layout.viewSize();
     return {static_cast<int>(std::ceil(s.width())), static_cast<int>(std::ceil(s.height()))};

@@ -67,8 +67,13 @@ public:
         return _shownIsFlat ? !_appsShownFlat.isEmpty() : !_appsShownBunches.isEmpty();
     }
 
+    // What an empty group says in its place, or an empty string: the running group where the
+    // desktop keeps its running applications to itself (GNOME on Wayland).
+    QString emptyGroupNote() const;
+
     // --- Layout ---------------------------------------------------------------------------------
-    // The size the panel fits itself to. An empty group gets the smallest panel: one empty cell.
+    // The size the panel fits itself to. An empty group gets the smallest panel: one empty cell,
+    // three wide when it has a note to show.
     QSize viewSize() const;
     QSize sizeHint() const override { return viewSize(); }
     // Rereads the layout settings and lays out again (forced).

@@ -97,6 +97,64 @@ TEST(WindowMatching, GroupingKeepsRegularWindowsOnePerApplication)
     EXPECT_EQ(apps[1].windows, (QList<quint32>{2, 5}));
 }
 
+WindowFacts toplevel(quint32 id, const QString &appId)
+{
+    WindowFacts w;
+    w.window = id;
+    w.appId = appId;
+    w.unclaimedPath =
+        QStringLiteral("wayland:/toplevel/%1").arg(appId.isEmpty() ? QString::number(id) : appId);
+    return w;
+}
+
+TEST(WindowMatching, WaylandToplevelsGoByTheirAppId)
+{
+    const QList<EntryFacts> entries = {
+        entry(QStringLiteral("org.example.Viewer.desktop"), QStringLiteral("/usr/bin/viewer")),
+        entry(QStringLiteral("gimp.desktop"), QStringLiteral("/usr/bin/gimp-2.10"),
+              QStringLiteral("Gimp-2.10")),
+        entry(QStringLiteral("run-tool.desktop"), QStringLiteral("/usr/bin/env")),
+        entry(QStringLiteral("editor.desktop"), QStringLiteral("/opt/editor/bin/Ed")),
+    };
+    // The desktop-file ID, ignoring case; StartupWMClass exactly (an XWayland window's class),
+    // then ignoring case, as toolkits lower-case it.
+    EXPECT_EQ(matchWindow(toplevel(1, QStringLiteral("org.example.viewer")), entries),
+              QStringLiteral("/apps/org.example.Viewer.desktop"));
+    EXPECT_EQ(matchWindow(toplevel(2, QStringLiteral("Gimp-2.10")), entries),
+              QStringLiteral("/apps/gimp.desktop"));
+    EXPECT_EQ(matchWindow(toplevel(3, QStringLiteral("gimp-2.10")), entries),
+              QStringLiteral("/apps/gimp.desktop"));
+    // A program without an app id of its own goes by its executable's name; launchers never.
+    EXPECT_EQ(matchWindow(toplevel(4, QStringLiteral("ed")), entries),
+              QStringLiteral("/apps/editor.desktop"));
+    EXPECT_EQ(matchWindow(toplevel(5, QStringLiteral("env")), entries), QString());
+    EXPECT_EQ(matchWindow(toplevel(6, QString()), entries), QString());
+    EXPECT_EQ(matchWindow(toplevel(7, QStringLiteral("unknown.App")), entries), QString());
+}
+
+TEST(WindowMatching, UnclaimedToplevelsAreApplicationsOfTheirOwn)
+{
+    // Toplevels of one unknown app id group together; each without an app id stands alone;
+    // matched ones group under their entry, in the order of their first window.
+    const QList<WindowFacts> toplevels = {
+        toplevel(1, QStringLiteral("unknown.App")),
+        toplevel(2, QString()),
+        toplevel(3, QStringLiteral("xterm")),
+        toplevel(4, QStringLiteral("unknown.App")),
+        toplevel(5, QString()),
+    };
+    const QList<RunningApp> apps = groupWindows(toplevels, kEntries);
+    ASSERT_EQ(apps.size(), 4);
+    EXPECT_EQ(apps.at(0).path, QStringLiteral("wayland:/toplevel/unknown.App"));
+    EXPECT_EQ(apps.at(0).windows, (QList<quint32>{1, 4}));
+    EXPECT_FALSE(apps.at(0).matched);
+    EXPECT_EQ(apps.at(1).windows, QList<quint32>{2});
+    EXPECT_EQ(apps.at(2).path, QStringLiteral("/apps/xterm.desktop"));
+    EXPECT_TRUE(apps.at(2).matched);
+    EXPECT_EQ(apps.at(3).windows, QList<quint32>{5});
+    EXPECT_NE(apps.at(1).path, apps.at(3).path);
+}
+
 TEST(WindowMatching, LaunchOrderSurvivesUpdates)
 {
     auto app = [](const char *path) {

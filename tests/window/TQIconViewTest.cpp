@@ -4,6 +4,7 @@
 
 #include "catalogue/CatalogueFixture.h"
 #include "desktop/Desktop.h"
+#include "desktop/HeadlessDesktop.h"
 #include "platform/gio/GioAppLauncher.h"
 
 #include <QApplication>
@@ -111,6 +112,45 @@ TEST_F(IconView, LayoutFollowsTheCatalogueAndEmptyGroupsGetTheSmallestPanel)
     EXPECT_EQ(view->appAtPoint(QPointF(30, 30)), nullptr);
     QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
     view->render(&image); // paints the empty panel without trouble
+}
+
+TEST_F(IconView, AnEmptyRunningGroupSaysWhenTheDesktopKeepsItsWindowsToItself)
+{
+    // A desktop that shares no window list (GNOME on Wayland): the empty running group is
+    // three cells wide and says why it is empty; a desktop that shares one shows the empty cell.
+    class Unshared : public HeadlessRunningApplications
+    {
+    public:
+        bool isShared() const override { return false; }
+    };
+    Desktop services;
+    services.running = std::make_shared<Unshared>();
+    setDesktop(services);
+    view->setGroupToShow(Group::Running);
+    view->resize(view->viewSize());
+    EXPECT_EQ(view->viewSize(), QSize(3 * 68 + 24, 92));
+    EXPECT_FALSE(view->emptyGroupNote().isEmpty());
+    auto textPixels = [&]() {
+        QImage image(view->size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        view->render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
+        int white = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = 0; x < image.width(); ++x)
+                white += qRed(image.pixel(x, y)) > 200 ? 1 : 0;
+        }
+        return white;
+    };
+    EXPECT_GT(textPixels(), 20) << "the note is drawn";
+    view->setGroupToShow(Group::User);
+    EXPECT_TRUE(view->emptyGroupNote().isEmpty()) << "only the running group says it";
+
+    services.running = std::make_shared<HeadlessRunningApplications>();
+    setDesktop(services);
+    view->setGroupToShow(Group::Running);
+    EXPECT_TRUE(view->emptyGroupNote().isEmpty());
+    EXPECT_EQ(view->viewSize(), QSize(92, 92));
+    setDesktop({});
 }
 
 TEST_F(IconView, SelectionFollowsThePointer)

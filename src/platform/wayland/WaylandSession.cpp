@@ -2,6 +2,7 @@
 
 #include "extras/Logging.h"
 
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QStringList>

@@ -1,6 +1,7 @@
 #include "platform/x11/X11RunningApplications.h"
 
 #include "extras/Logging.h"
+#include "platform/ProcessFacts.h"
 #include "platform/gio/GioDesktopEntry.h"
 
 #include <QFile>
@@ -38,26 +39,6 @@ struct FreeDeleter
     void operator()(void *p) const { std::free(p); }
 };
 template <typename T> using XcbReply = std::unique_ptr<T, FreeDeleter>;
-
-// What /proc tells of a process: the GIO launch record in its environment and its executable.
-void readProcessFacts(qint64 pid, WindowFacts &facts)
-{
-    if (pid <= 0) return;
-    const QString proc = QStringLiteral("/proc/%1/").arg(pid);
-    QFile environ(proc + QStringLiteral("environ"));
-    if (environ.open(QIODevice::ReadOnly)) {
-        const QList<QByteArray> vars = environ.readAll().split('\0');
-        for (const QByteArray &var : vars) {
-            if (var.startsWith("GIO_LAUNCHED_DESKTOP_FILE="))
-                facts.launchedDesktopFile = QFile::decodeName(var.mid(26));
-            else if (var.startsWith("GIO_LAUNCHED_DESKTOP_FILE_PID="))
-                facts.launchedDesktopFilePid = var.mid(30).toLongLong();
-        }
-    }
-    QString exe = QFileInfo(proc + QStringLiteral("exe")).symLinkTarget();
-    if (exe.endsWith(QLatin1String(" (deleted)"))) exe.chop(10);
-    facts.executable = exe;
-}
 
 bool containsAtom(const xcb_ewmh_get_atoms_reply_t &atoms, xcb_atom_t atom)
 {
