@@ -50,9 +50,11 @@ Command parseCommandLine(const QStringList &arguments)
     const QCommandLineOption quitOption(QStringLiteral("quit"), tr("Quit the running Kelp."));
     const QCommandLineOption feedbackOption(QStringLiteral("feedback"),
                                             tr("Open Kelp's feedback form."));
+    const QCommandLineOption preferencesOption(QStringLiteral("preferences"),
+                                               tr("Open Kelp's preferences."));
     for (const QCommandLineOption *option :
-         {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &printOption,
-          &rescanOption, &iconsOption, &analyzeOption, &setOption})
+         {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &preferencesOption,
+          &printOption, &rescanOption, &iconsOption, &analyzeOption, &setOption})
         parser.addOption(*option);
     parser.addPositionalArgument(QStringLiteral("images"),
                                  tr("With --analyze-colours: image files."),
@@ -94,7 +96,8 @@ Command parseCommandLine(const QStringList &arguments)
     for (const auto &[option, request] :
          {std::pair{&toggleOption, "toggle"}, std::pair{&showOption, "show"},
           std::pair{&hideOption, "hide"}, std::pair{&quitOption, "quit"},
-          std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"}}) {
+          std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"},
+          std::pair{&preferencesOption, "preferences"}}) {
         if (parser.isSet(*option)) {
             command.request.command = QLatin1String(request);
             ++requests;

@@ -2,7 +2,7 @@
 // The kelp command line, read into one Command: which of Kelp's commands to run, and with what.
 //
 // A request for the running Kelp:
-//   kelp [--toggle | --show | --hide | --rescan | --quit | --feedback | FILE...]
+//   kelp [--toggle | --show | --hide | --rescan | --quit | --feedback | --preferences | FILE...]
 // The tools:
 //   kelp --print-catalogue [--rescan] [--icons]            the catalogue as JSON
 //   kelp --analyze-colours [--set key=value ...] IMAGE...  image colours as JSON

@@ -24,10 +24,10 @@
 namespace kelp {
 namespace {
 
-const QStringList kCommands = {QStringLiteral("reopen"), QStringLiteral("toggle"),
-                               QStringLiteral("show"),   QStringLiteral("hide"),
-                               QStringLiteral("rescan"), QStringLiteral("quit"),
-                               QStringLiteral("open"),   QStringLiteral("feedback")};
+const QStringList kCommands = {
+    QStringLiteral("reopen"), QStringLiteral("toggle"),   QStringLiteral("show"),
+    QStringLiteral("hide"),   QStringLiteral("rescan"),   QStringLiteral("quit"),
+    QStringLiteral("open"),   QStringLiteral("feedback"), QStringLiteral("preferences")};
 constexpr qint64 kMaxRequest = 1 << 20;
 
 } // namespace

@@ -15,7 +15,8 @@ namespace kelp {
 
 struct InstanceRequest
 {
-    // "reopen", "toggle", "show", "hide", "rescan", "quit" or "open" (with files).
+    // "reopen", "toggle", "show", "hide", "rescan", "quit", "feedback", "preferences" or "open"
+    // (with files).
     QString command;
     QStringList files;
 

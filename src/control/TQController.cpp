@@ -75,6 +75,7 @@ void TQController::showMainWindow()
 
 void TQController::hideMainWindow()
 {
+    if (isPrefsWindowVisible()) closePrefs();
     if (_feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible())
         _feedbackAssistant->closeFeedbackWindow();
     if (mainWindowIsVisible()) _panel.hide();
@@ -297,7 +298,38 @@ void TQController::handleRequest(const InstanceRequest &request)
         applicationOpenUntitledFile();
     } else if (request.command == QLatin1String("feedback")) {
         openFeedback();
+    } else if (request.command == QLatin1String("preferences")) {
+        openPrefs();
     }
+}
+
+void TQController::openPrefs()
+{
+    if (!_prefWindow) {
+        _prefWindow = new PrefsWindow(_defaults, _prefsHooks, &_panel);
+        // Modal to the panel, as a sheet on it would be.
+        _prefWindow->setWindowModality(Qt::WindowModal);
+    }
+    if (isPrefsWindowVisible()) {
+        _prefWindow->raise();
+        _prefWindow->activateWindow();
+        return;
+    }
+    activate();
+    applicationOpenUntitledFile();
+    _prefWindow->show();
+    _prefWindow->raise();
+    _prefWindow->activateWindow();
+}
+
+void TQController::closePrefs()
+{
+    if (_prefWindow) _prefWindow->closePrefs();
+}
+
+bool TQController::isPrefsWindowVisible() const
+{
+    return _prefWindow && _prefWindow->isVisible();
 }
 
 void TQController::openFeedback()

@@ -18,6 +18,7 @@ std::vector<MainMenuItem> mainMenuItems()
 {
     return {
         {MenuAction::ShowHide, tr("Show/Hide Kelp")},
+        {MenuAction::Preferences, tr("Preferences…")},
         {MenuAction::Rescan, tr("Rescan Applications")},
         {MenuAction::AutoExclude, tr("Exclude Applications Automatically…")},
         {MenuAction::Feedback, tr("Send Feedback…")},

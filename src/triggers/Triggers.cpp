@@ -301,7 +301,8 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
     menu->setWindowTitle(tr("Kelp Menu"));
-    OpenWindows open; // the preferences and welcome windows do not exist yet
+    OpenWindows open; // the welcome window does not exist yet
+    open.preferences = _controller.isPrefsWindowVisible();
     open.feedback = _controller.isFeedbackWindowVisible();
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
         if (entry.separator) {
@@ -325,6 +326,9 @@ void Triggers::performMenuAction(MenuAction action)
     case MenuAction::ShowHide:
         trigger();
         break;
+    case MenuAction::Preferences:
+        _controller.openPrefs();
+        break;
     case MenuAction::Rescan:
         _controller.rescanAllApps(true);
         break;
@@ -344,6 +348,7 @@ void Triggers::performMenuAction(MenuAction action)
 
 void Triggers::quitApp()
 {
+    if (_controller.isPrefsWindowVisible()) _controller.closePrefs();
     // Without a tray icon and a taskbar entry there is no way back but running kelp again: ask.
     if (!hasStatusItem() && !_defaults.value(Key::ShowIconInDock)) {
         _controller.activate();

@@ -182,12 +182,13 @@ TEST(StatusItemMenu, ActionsKelpLacksAreLeftOutSeparatorsStay)
     QStringList shape;
     for (const MenuEntry &e : menu)
         shape << (e.separator ? QStringLiteral("-") : e.title);
-    EXPECT_EQ(shape, (QStringList{QStringLiteral("Show/Hide Kelp"), QStringLiteral("-"),
-                                  QStringLiteral("-"), QStringLiteral("-"),
-                                  QStringLiteral("Rescan Applications"),
-                                  QStringLiteral("Exclude Applications Automatically…"),
-                                  QStringLiteral("-"), QStringLiteral("Send Feedback…"),
-                                  QStringLiteral("-"), QStringLiteral("Quit Kelp")}));
+    EXPECT_EQ(shape,
+              (QStringList{QStringLiteral("Show/Hide Kelp"), QStringLiteral("-"),
+                           QStringLiteral("-"), QStringLiteral("-"), QStringLiteral("Preferences…"),
+                           QStringLiteral("Rescan Applications"),
+                           QStringLiteral("Exclude Applications Automatically…"),
+                           QStringLiteral("-"), QStringLiteral("Send Feedback…"),
+                           QStringLiteral("-"), QStringLiteral("Quit Kelp")}));
     EXPECT_EQ(statusItemMenu({}).size(), 6u) << "five separators and Quit";
     EXPECT_FALSE(validateMenuItem(MenuAction::Preferences, OpenWindows{true, false, false}));
     EXPECT_TRUE(validateMenuItem(MenuAction::Rescan, OpenWindows{true, true, true}));
