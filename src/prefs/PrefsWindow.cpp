@@ -10,6 +10,7 @@
 #include "settings/Defaults.h"
 #include "settings/ValueTransformers.h"
 #include "triggers/KeyTable.h"
+#include "triggers/VirtualKeys.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -136,7 +137,8 @@ QWidget *PrefsWindow::makeTriggersTab()
         const QString tag = record.value(QStringLiteral("tag"));
         bool ok = false;
         const int code = tag.toInt(&ok);
-        if (title.isEmpty() || !ok) continue;
+        // Only keys a keyboard has, and the row for no hot key.
+        if (title.isEmpty() || !ok || (code >= 0 && !chordForHotKey(code, 0))) continue;
         _hotKeyButton->addItem(title, code);
     }
     _controlCheckbox = new QCheckBox(tr("Ctrl"), hotKey);

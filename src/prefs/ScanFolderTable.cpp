@@ -312,7 +312,7 @@ ScanFolderTable::~ScanFolderTable() = default;
 
 QString ScanFolderTable::message() const
 {
-    return _message->isVisible() ? _message->text() : QString();
+    return _message->isHidden() ? QString() : _message->text();
 }
 
 void ScanFolderTable::showMessage(const QString &text)

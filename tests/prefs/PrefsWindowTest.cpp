@@ -15,10 +15,13 @@
 #include <QComboBox>
 #include <QDir>
 #include <QDoubleSpinBox>
+#include <QHash>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListView>
+#include <QMimeData>
+#include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -78,9 +81,14 @@ TEST_F(Prefs, EverySettingAUserMayChangeHasANamedAccessibleControl)
         QStringLiteral("colorSortGrayThreshold"), QStringLiteral("colorSortWrapHue"),
         QStringLiteral("colorSortMinSaturation"), QStringLiteral("colorSortMinLuminosity"),
         QStringLiteral("colorSortGraysBySecondaryColor")};
+    // Controls that keep the design's own names.
+    const QHash<QString, QString> renamed = {
+        {QStringLiteral("maxFolderRecursionDepth"), QStringLiteral("scanDepthStepper")},
+        {QStringLiteral("minimizeEmptyCells"), QStringLiteral("minimizeEmptyCellsCheckbox")}};
     for (const SettingInfo &info : allSettings()) {
         if (notControls.contains(info.name)) continue;
-        auto *w = window->findChild<QWidget *>(QString(info.name));
+        const QString name = renamed.value(info.name, info.name);
+        auto *w = window->findChild<QWidget *>(name);
         ASSERT_NE(w, nullptr) << "no control for " << info.name.data();
         EXPECT_FALSE(w->accessibleName().isEmpty()) << info.name.data();
     }
@@ -196,15 +204,16 @@ TEST_F(Prefs, AltShowsTheHiddenControlsAndTheQuitButtonOnlyWithoutAMenu)
     window->show();
     auto *depth = control<QSpinBox>(QLatin1StringView("scanDepthStepper"));
     auto *cells = control<QCheckBox>(QLatin1StringView("minimizeEmptyCellsCheckbox"));
-    window->tabs()->setCurrentIndex(2);
-    EXPECT_FALSE(depth->isVisibleTo(window.get()));
+    EXPECT_TRUE(depth->isHidden());
+    EXPECT_TRUE(cells->isHidden());
     QKeyEvent altDown(QEvent::KeyPress, Qt::Key_Alt, Qt::AltModifier);
     QCoreApplication::sendEvent(window.get(), &altDown);
-    EXPECT_TRUE(depth->isVisibleTo(window.get()));
-    EXPECT_TRUE(cells->isVisibleTo(window.get()));
+    EXPECT_FALSE(depth->isHidden());
+    EXPECT_FALSE(cells->isHidden());
     QKeyEvent altUp(QEvent::KeyRelease, Qt::Key_Alt, Qt::NoModifier);
     QCoreApplication::sendEvent(window.get(), &altUp);
-    EXPECT_FALSE(depth->isVisibleTo(window.get()));
+    EXPECT_TRUE(depth->isHidden());
+    EXPECT_TRUE(cells->isHidden());
 
     auto *quit = control<QPushButton>(QLatin1StringView("prefsQuitButton"));
     EXPECT_FALSE(quit->isVisibleTo(window.get()));
@@ -244,10 +253,42 @@ TEST_F(Prefs, ScanFoldersRefuseWhatCannotBeScannedAndStoreTheRest)
                 u"cannot be scanned");
         },
         5000));
-    table->view()->selectionModel()->select(table->view()->model()->index(0, 0),
+    // Folders dropped from a file manager go in at the drop row; a file among them is refused.
+    ASSERT_TRUE(QDir().mkpath(folders.filePath(QStringLiteral("dropped"))));
+    window->tabs()->setCurrentIndex(2);
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    QMimeData mime;
+    mime.setUrls({QUrl::fromLocalFile(folders.filePath(QStringLiteral("dropped"))),
+                  QUrl::fromLocalFile(folders.filePath(QStringLiteral("file.txt")))});
+    // As a drag from another program arrives: entering the list, then the drop.
+    auto dropOn = [&](QDropEvent &event) {
+        QDragEnterEvent enter(QPoint(5, 1), Qt::CopyAction, event.mimeData(), Qt::LeftButton,
+                              Qt::NoModifier);
+        QCoreApplication::sendEvent(table->view()->viewport(), &enter);
+        EXPECT_TRUE(enter.isAccepted()) << "a URL list is taken in";
+        QCoreApplication::sendEvent(table->view()->viewport(), &event);
+    };
+    QDropEvent drop(QPointF(5, 1), Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+    dropOn(drop);
+    EXPECT_TRUE(drop.isAccepted());
+    const QVariantList afterDrop = defaults->value(Key::SearchDirectories);
+    ASSERT_EQ(afterDrop.size(), 3);
+    EXPECT_EQ(afterDrop[0].toMap().value(QStringLiteral("path")),
+              folders.filePath(QStringLiteral("dropped")))
+        << "dropped on the top half of the first row: before it";
+    EXPECT_TRUE(table->message().contains(QStringLiteral("is not a folder")));
+    QMimeData files;
+    files.setUrls({QUrl::fromLocalFile(folders.filePath(QStringLiteral("file.txt")))});
+    QDropEvent refused(QPointF(5, 1), Qt::CopyAction, &files, Qt::LeftButton, Qt::NoModifier);
+    dropOn(refused);
+    EXPECT_FALSE(refused.isAccepted()) << "a drop with no folder is refused";
+
+    table->view()->selectionModel()->clearSelection();
+    table->view()->selectionModel()->select(table->view()->model()->index(1, 0),
                                             QItemSelectionModel::Select);
     table->removeSelected();
-    EXPECT_EQ(defaults->value(Key::SearchDirectories).size(), 1);
+    EXPECT_EQ(defaults->value(Key::SearchDirectories).size(), 2);
 }
 
 TEST_F(Prefs, AppRemoverMustAcceptApplicationFiles)
@@ -262,8 +303,12 @@ TEST_F(Prefs, AppRemoverMustAcceptApplicationFiles)
     ASSERT_TRUE(test::writeFile(apps + QStringLiteral("/viewer.desktop"),
                                 "[Desktop Entry]\nType=Application\nName=Viewer\nExec=true %f\n"
                                 "MimeType=image/png;\n"));
+    // As a package's installation leaves it: the folder's MIME cache brought up to date.
+    if (QProcess::execute(QStringLiteral("update-desktop-database"), {apps}) != 0)
+        GTEST_SKIP() << "update-desktop-database (desktop-file-utils) is not installed";
     qputenv("XDG_DATA_HOME", data.path().toUtf8());
-    qputenv("XDG_DATA_DIRS", data.filePath(QStringLiteral("none")).toUtf8());
+    // The machine's MIME database, for the types' names.
+    qputenv("XDG_DATA_DIRS", "/usr/share");
     setDesktop(makeDesktop(QStringLiteral("offscreen")));
     makeWindow();
     QSignalSpy alerts(window.get(), &PrefsWindow::alertShown);

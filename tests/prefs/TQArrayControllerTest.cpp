@@ -138,9 +138,10 @@ TEST(ScanFolderProblem, NamesWhatIsWrongWithAFolder)
     EXPECT_TRUE(kelp::scanFolderProblem(dir.filePath(QStringLiteral("gone"))).contains(u"is gone"));
     EXPECT_TRUE(
         kelp::scanFolderProblem(dir.filePath(QStringLiteral("file"))).contains(u"not a folder"));
-    if (::geteuid() != 0)
+    if (::geteuid() != 0) {
         EXPECT_TRUE(kelp::scanFolderProblem(dir.filePath(QStringLiteral("locked")))
                         .contains(u"cannot be read"));
+    }
     QFile::setPermissions(dir.filePath(QStringLiteral("locked")),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
 }
