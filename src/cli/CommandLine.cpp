@@ -55,9 +55,12 @@ Command parseCommandLine(const QStringList &arguments)
     const QCommandLineOption hiddenOption(
         QStringLiteral("hidden"),
         tr("Start Kelp without showing anything (as at login); nothing when it runs."));
+    const QCommandLineOption preferencesOption(QStringLiteral("preferences"),
+                                               tr("Open Kelp's preferences."));
     for (const QCommandLineOption *option :
          {&toggleOption, &showOption, &hideOption, &quitOption, &feedbackOption, &aboutOption,
-          &hiddenOption, &printOption, &rescanOption, &iconsOption, &analyzeOption, &setOption})
+          &hiddenOption, &preferencesOption, &printOption, &rescanOption, &iconsOption,
+          &analyzeOption, &setOption})
         parser.addOption(*option);
     parser.addPositionalArgument(QStringLiteral("images"),
                                  tr("With --analyze-colours: image files."),
@@ -100,7 +103,8 @@ Command parseCommandLine(const QStringList &arguments)
          {std::pair{&toggleOption, "toggle"}, std::pair{&showOption, "show"},
           std::pair{&hideOption, "hide"}, std::pair{&quitOption, "quit"},
           std::pair{&rescanOption, "rescan"}, std::pair{&feedbackOption, "feedback"},
-          std::pair{&aboutOption, "about"}, std::pair{&hiddenOption, "hidden"}}) {
+          std::pair{&aboutOption, "about"}, std::pair{&hiddenOption, "hidden"},
+          std::pair{&preferencesOption, "preferences"}}) {
         if (parser.isSet(*option)) {
             command.request.command = QLatin1String(request);
             ++requests;

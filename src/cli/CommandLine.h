@@ -3,7 +3,7 @@
 //
 // A request for the running Kelp:
 //   kelp [--toggle | --show | --hide | --hidden | --rescan | --quit | --feedback | --about |
-//         FILE...]
+//         --preferences | FILE...]
 // The tools:
 //   kelp --print-catalogue [--rescan] [--icons]            the catalogue as JSON
 //   kelp --analyze-colours [--set key=value ...] IMAGE...  image colours as JSON

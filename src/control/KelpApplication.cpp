@@ -39,6 +39,12 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
     triggers.start();
     OpenFeedback feedbackAssistant(defaults);
     controller.setFeedbackAssistant(&feedbackAssistant);
+    PrefsHooks prefsHooks;
+    prefsHooks.hotKeyFailure = [&triggers]() { return triggers.hotKeyFailure(); };
+    prefsHooks.hasMenuAccess = [&triggers]() { return hasMenuAccess(triggers.accessSettings()); };
+    prefsHooks.quit = [&triggers]() { triggers.quitApp(); };
+    prefsHooks.autoExcludeApps = [&triggers]() { triggers.autoExcludeApps(); };
+    controller.setPrefsHooks(std::move(prefsHooks));
     QObject::connect(&instance, &SingleInstance::requestReceived, &controller,
                      &TQController::handleRequest);
     // exit(), not quit(): the panel hides instead of closing, and must not be able to refuse.
@@ -62,7 +68,8 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
             std::this_thread::sleep_for(std::chrono::milliseconds(blockMs));
         });
 #endif
-    if (request.command == QLatin1String("feedback") || request.command == QLatin1String("about"))
+    if (request.command == QLatin1String("feedback") || request.command == QLatin1String("about") ||
+        request.command == QLatin1String("preferences"))
         controller.handleRequest(request);
     const int status = QCoreApplication::exec();
     CrashHandler::uninstall();

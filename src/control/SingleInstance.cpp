@@ -24,11 +24,11 @@
 namespace kelp {
 namespace {
 
-const QStringList kCommands = {QStringLiteral("reopen"), QStringLiteral("toggle"),
-                               QStringLiteral("show"),   QStringLiteral("hide"),
-                               QStringLiteral("rescan"), QStringLiteral("quit"),
-                               QStringLiteral("open"),   QStringLiteral("feedback"),
-                               QStringLiteral("about"),  QStringLiteral("hidden")};
+const QStringList kCommands = {
+    QStringLiteral("reopen"), QStringLiteral("toggle"),     QStringLiteral("show"),
+    QStringLiteral("hide"),   QStringLiteral("rescan"),     QStringLiteral("quit"),
+    QStringLiteral("open"),   QStringLiteral("feedback"),   QStringLiteral("about"),
+    QStringLiteral("hidden"), QStringLiteral("preferences")};
 constexpr qint64 kMaxRequest = 1 << 20;
 
 } // namespace

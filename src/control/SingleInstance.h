@@ -16,7 +16,7 @@ namespace kelp {
 struct InstanceRequest
 {
     // "reopen", "toggle", "show", "hide", "hidden" (a start at login), "rescan", "quit",
-    // "feedback", "about" or "open" (with files).
+    // "feedback", "about", "preferences" or "open" (with files).
     QString command;
     QStringList files;
 

@@ -95,6 +95,7 @@ void TQController::showMainWindow()
 
 void TQController::hideMainWindow()
 {
+    if (isPrefsWindowVisible()) closePrefs();
     if (_feedbackAssistant && _feedbackAssistant->isFeedbackWindowVisible())
         _feedbackAssistant->closeFeedbackWindow();
     if (isAboutPanelVisible()) _aboutPanel->close();
@@ -327,8 +328,41 @@ void TQController::handleRequest(const InstanceRequest &request)
         openFeedback();
     } else if (request.command == QLatin1String("about")) {
         openAbout();
+    } else if (request.command == QLatin1String("preferences")) {
+        openPrefs();
     }
     // "hidden" (a start at login) asks nothing of a Kelp that runs already.
+}
+
+void TQController::openPrefs()
+{
+    if (!_prefWindow) {
+        _prefWindow = new PrefsWindow(_defaults, _prefsHooks, &_panel);
+        // Modal to the panel, as a sheet on it would be.
+        _prefWindow->setWindowModality(Qt::WindowModal);
+    }
+    if (isPrefsWindowVisible()) {
+        _prefWindow->raise();
+        _prefWindow->activateWindow();
+        return;
+    }
+    // The desktop's session settings may have switched the login item off or on meanwhile.
+    _defaults.setValue(Key::StartAtLogin, _loginItems->launchAtLogin());
+    activate();
+    applicationOpenUntitledFile();
+    _prefWindow->show();
+    _prefWindow->raise();
+    _prefWindow->activateWindow();
+}
+
+void TQController::closePrefs()
+{
+    if (_prefWindow) _prefWindow->closePrefs();
+}
+
+bool TQController::isPrefsWindowVisible() const
+{
+    return _prefWindow && _prefWindow->isVisible();
 }
 
 void TQController::openFeedback()

@@ -5,6 +5,8 @@
 // key; losing the focus; the close timer of a panel the user moved away), runs the start-up
 // sequence, and answers the requests later `kelp` starts hand to the running one. It is given the
 // catalogue and the panel; they never call it.
+#include "prefs/PrefsWindow.h"
+
 #include <QDateTime>
 #include <QObject>
 #include <QPointer>
@@ -93,6 +95,15 @@ public:
     // Started at login (`kelp --hidden`): the panel and the welcome tour wait until asked for.
     void setStartsHidden(bool hidden) { _startsHidden = hidden; }
     LaunchAtLoginController &loginItems() { return *_loginItems; }
+    // What the preferences window asks of the triggers (set once they exist).
+    void setPrefsHooks(PrefsHooks hooks) { _prefsHooks = std::move(hooks); }
+    // The preferences window, transient for the panel: shown (with the panel) or raised.
+    void openPrefs();
+    // Ends the colour-sorting sheet and the preferences window, and writes the settings.
+    void closePrefs();
+    bool isPrefsWindowVisible() const;
+    // The window once it was first opened (nullptr before).
+    PrefsWindow *prefsWindow() const { return _prefWindow; }
 
     // A request from a later `kelp`.
     void handleRequest(const kelp::InstanceRequest &request);
@@ -117,6 +128,8 @@ private:
     TQWindow &_panel;
     Defaults &_defaults;
     OpenFeedback *_feedbackAssistant = nullptr;
+    PrefsHooks _prefsHooks;
+    QPointer<PrefsWindow> _prefWindow;
     QTimer _windowCloseTimer;
     QTimer _focusLossTimer; // a focus loss counts once it has lasted this long
     QDateTime _didBecomeActiveDate;

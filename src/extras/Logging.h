@@ -12,3 +12,4 @@ Q_DECLARE_LOGGING_CATEGORY(lcIcons)     // kelp.icons: icon loading
 Q_DECLARE_LOGGING_CATEGORY(lcWindow)    // kelp.window: the panel's views
 Q_DECLARE_LOGGING_CATEGORY(lcTriggers) // kelp.triggers: hot key, hot spot, tray icon, access alerts
 Q_DECLARE_LOGGING_CATEGORY(lcFeedback) // kelp.feedback: the feedback form, crash and hang reports
+Q_DECLARE_LOGGING_CATEGORY(lcPrefs)    // kelp.prefs: the preferences window and its sheets

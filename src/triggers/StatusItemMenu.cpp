@@ -19,6 +19,7 @@ std::vector<MainMenuItem> mainMenuItems()
     return {
         {MenuAction::ShowHide, tr("Show/Hide Kelp")},
         {MenuAction::About, tr("About Kelp")},
+        {MenuAction::Preferences, tr("Preferences…")},
         {MenuAction::Rescan, tr("Rescan Applications")},
         {MenuAction::AutoExclude, tr("Exclude Applications Automatically…")},
         {MenuAction::Welcome, tr("Welcome to Kelp")},

@@ -301,7 +301,8 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
     menu->setWindowTitle(tr("Kelp Menu"));
-    OpenWindows open; // the preferences window does not exist yet
+    OpenWindows open;
+    open.preferences = _controller.isPrefsWindowVisible();
     open.feedback = _controller.isFeedbackWindowVisible();
     open.welcome = _controller.isWelcomeWindowVisible();
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
@@ -325,6 +326,9 @@ void Triggers::performMenuAction(MenuAction action)
     switch (action) {
     case MenuAction::ShowHide:
         trigger();
+        break;
+    case MenuAction::Preferences:
+        _controller.openPrefs();
         break;
     case MenuAction::Rescan:
         _controller.rescanAllApps(true);
@@ -357,6 +361,7 @@ void Triggers::performMenuAction(MenuAction action)
 
 void Triggers::quitApp()
 {
+    if (_controller.isPrefsWindowVisible()) _controller.closePrefs();
     // Without a tray icon and a taskbar entry there is no way back but running kelp again: ask.
     if (!hasStatusItem() && !_defaults.value(Key::ShowIconInDock)) {
         _controller.activate();

@@ -185,7 +185,7 @@ TEST(StatusItemMenu, ActionsKelpLacksAreLeftOutSeparatorsStay)
     EXPECT_EQ(shape, (QStringList{
                          QStringLiteral("Show/Hide Kelp"), QStringLiteral("-"),
                          QStringLiteral("About Kelp"), QStringLiteral("-"), QStringLiteral("-"),
-                         QStringLiteral("Rescan Applications"),
+                         QStringLiteral("Preferences…"), QStringLiteral("Rescan Applications"),
                          QStringLiteral("Exclude Applications Automatically…"), QStringLiteral("-"),
                          QStringLiteral("Welcome to Kelp"), QStringLiteral("Kelp User Guide"),
                          QStringLiteral("Kelp Home Page"), QStringLiteral("Send Feedback…"),
