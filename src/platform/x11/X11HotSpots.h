@@ -1,10 +1,13 @@
 #pragma once
-// The cursor hot spot on X11. Where the hot spot lies on the outer edge of the screen, it is a set
-// of XFixes pointer barriers along that edge, reported through XInput 2.3 barrier events: the
-// server sends them when the pointer pushes against the edge, also while another program holds the
-// pointer (a drag), the hot spot takes no clicks, and nothing is sent while the pointer is
-// elsewhere. Where the server lacks barriers (or the edge borders another monitor, where a barrier
-// would trap the pointer), an input-only window over the hot spot reports enter and leave instead.
+// The cursor hot spot on X11, in two parts that nothing wakes while the pointer is elsewhere.
+// Where the hot spot lies on the outer edge of the screen, XFixes pointer barriers along that edge
+// are reported through XInput 2.3 barrier events: the server sends them when the pointer pushes
+// against the edge, also while another program holds the pointer (a drag). An input-only window
+// over the hot spot reports the pointer entering however it got there (a warp, a tablet, a touch
+// screen), and is the whole hot spot where the server lacks barriers or the edge borders another
+// monitor (a barrier there would trap the pointer). That window is unmapped while the pointer is
+// inside, so it never takes a click from the window beneath; where the pointer is is then asked
+// every tenth of a second until it has left.
 #include "desktop/HotSpots.h"
 
 #include <memory>
@@ -30,6 +33,7 @@ private:
     void clear();
     void setInside(bool inside);
     void checkPointerLeft();
+    void showStrip(bool shown);
 
     struct Connection;
     std::unique_ptr<Connection> _x;

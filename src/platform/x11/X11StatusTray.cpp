@@ -1,6 +1,7 @@
 #include "platform/x11/X11StatusTray.h"
 
 #include "extras/Logging.h"
+#include "platform/x11/XSettings.h"
 
 #include <QSocketNotifier>
 #include <QWindow>
@@ -65,6 +66,8 @@ X11StatusTray::X11StatusTray(const QByteArray &displayName, QObject *parent)
     xcb_flush(_x->conn);
     _notifier = new QSocketNotifier(xcb_get_file_descriptor(_x->conn), QSocketNotifier::Read, this);
     connect(_notifier, &QSocketNotifier::activated, this, &X11StatusTray::readEvents);
+    _xsettings = new X11XSettingsWatch(displayName, this, X11XSettingsWatch::DarkMode);
+    connect(_xsettings, &X11XSettingsWatch::darkModeChanged, this, &StatusTray::appearanceChanged);
 }
 
 X11StatusTray::~X11StatusTray() = default;
@@ -88,8 +91,8 @@ void X11StatusTray::watchOwner()
 {
     _x->owner = trayOwner();
     if (!_x->owner) return;
-    // The tray's window going away is the tray going away.
-    const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    // The tray's window going away is the tray going away; its properties hold its colours.
+    const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(_x->conn, _x->owner, XCB_CW_EVENT_MASK, &mask);
 }
 
@@ -142,6 +145,11 @@ std::optional<QColor> X11StatusTray::foreground() const
     return colour;
 }
 
+std::optional<bool> X11StatusTray::darkDesktop() const
+{
+    return _xsettings ? _xsettings->darkMode() : std::nullopt;
+}
+
 void X11StatusTray::readEvents()
 {
     if (!isConnected()) {
@@ -151,6 +159,7 @@ void X11StatusTray::readEvents()
         return;
     }
     bool changed = false;
+    bool colours = false;
     while (xcb_generic_event_t *event = xcb_poll_for_event(_x->conn)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == XCB_CLIENT_MESSAGE) {
@@ -160,9 +169,13 @@ void X11StatusTray::readEvents()
         } else if (type == XCB_DESTROY_NOTIFY) {
             if (reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == _x->owner)
                 changed = true;
+        } else if (type == XCB_PROPERTY_NOTIFY) {
+            auto *property = reinterpret_cast<xcb_property_notify_event_t *>(event);
+            colours = colours || (property->window == _x->owner && property->atom == _x->colours);
         }
         std::free(event);
     }
+    if (colours) Q_EMIT appearanceChanged();
     if (!changed) return;
     watchOwner();
     xcb_flush(_x->conn);
