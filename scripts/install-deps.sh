@@ -8,7 +8,7 @@ packages=(
     libplist-dev libglib2.0-dev
     hicolor-icon-theme adwaita-icon-theme papirus-icon-theme
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xfixes0-dev xvfb openbox xterm x11-apps
-    libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev trayer
+    libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev libxcb-xtest0-dev trayer
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
     desktop-file-utils dpkg-dev
     googletest libgtest-dev libbenchmark-dev
