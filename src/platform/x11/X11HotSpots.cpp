@@ -21,6 +21,7 @@ struct X11HotSpots::Connection
     xcb_connection_t *conn = nullptr;
     xcb_window_t root = 0;
     bool barriers = false;
+    bool rawMotion = false; // XInput 2.1 raw motion on the root window, during grabs too
     uint8_t xinputOpcode = 0;
     std::vector<xcb_xfixes_barrier_t> placed;
     std::set<xcb_xfixes_barrier_t> hit; // barriers the pointer presses against now
@@ -60,31 +61,43 @@ X11HotSpots::X11HotSpots(const QByteArray &displayName, QObject *parent)
         _x->barriers =
             fv && fv->major_version >= 5 && iv &&
             (iv->major_version > 2 || (iv->major_version == 2 && iv->minor_version >= 3));
+        _x->rawMotion =
+            iv && (iv->major_version > 2 || (iv->major_version == 2 && iv->minor_version >= 1));
         std::free(fv);
         std::free(iv);
         _x->xinputOpcode = input->major_opcode;
     }
-    if (_x->barriers) {
-        struct
-        {
-            xcb_input_event_mask_t head;
-            uint32_t mask;
-        } select{{XCB_INPUT_DEVICE_ALL_MASTER, 1},
-                 XCB_INPUT_XI_EVENT_MASK_BARRIER_HIT | XCB_INPUT_XI_EVENT_MASK_BARRIER_LEAVE};
-        xcb_input_xi_select_events(_x->conn, _x->root, 1, &select.head);
-    } else {
+    if (_x->barriers)
+        followMotion(false);
+    else
         qCInfo(lcTriggers) << "The X server has no pointer barriers; the hot spot is a window";
-    }
     xcb_flush(_x->conn);
     _notifier = new QSocketNotifier(xcb_get_file_descriptor(_x->conn), QSocketNotifier::Read, this);
     connect(_notifier, &QSocketNotifier::activated, this, &X11HotSpots::readEvents);
     // The server reports leaving the barriers only for relative motion, and the strip is taken
-    // away while the pointer is in it: a pointer warped or moved by an absolute device leaves
-    // unannounced. While (and only while) the pointer is in the hot spot, where it is is asked now
-    // and then.
+    // away while the pointer is in it: a pointer moved by an absolute device leaves unannounced.
+    // While (and only while) the pointer is in the hot spot, every motion of it (raw motion events)
+    // makes Kelp ask where it is; a pointer resting there costs nothing. A server without raw
+    // events is asked every tenth of a second instead.
     _leaveCheck = new QTimer(this);
     _leaveCheck->setInterval(100);
     connect(_leaveCheck, &QTimer::timeout, this, &X11HotSpots::checkPointerLeft);
+}
+
+void X11HotSpots::followMotion(bool follow)
+{
+    if (!_x->barriers && !_x->rawMotion) return;
+    uint32_t mask = 0;
+    if (_x->barriers)
+        mask |= XCB_INPUT_XI_EVENT_MASK_BARRIER_HIT | XCB_INPUT_XI_EVENT_MASK_BARRIER_LEAVE;
+    if (follow && _x->rawMotion) mask |= XCB_INPUT_XI_EVENT_MASK_RAW_MOTION;
+    struct
+    {
+        xcb_input_event_mask_t head;
+        uint32_t mask;
+    } select{{XCB_INPUT_DEVICE_ALL_MASTER, 1}, mask};
+    xcb_input_xi_select_events(_x->conn, _x->root, 1, &select.head);
+    xcb_flush(_x->conn);
 }
 
 void X11HotSpots::checkPointerLeft()
@@ -232,7 +245,9 @@ void X11HotSpots::setInside(bool inside)
 {
     if (inside == _inside) return;
     _inside = inside;
-    if (inside)
+    if (_x->rawMotion)
+        followMotion(inside);
+    else if (inside)
         _leaveCheck->start();
     else
         _leaveCheck->stop();
@@ -252,11 +267,14 @@ void X11HotSpots::readEvents()
         _notifier->setEnabled(false);
         return;
     }
+    bool moved = false;
     while (xcb_generic_event_t *event = xcb_poll_for_event(_x->conn)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == XCB_GE_GENERIC) {
             auto *ge = reinterpret_cast<xcb_ge_generic_event_t *>(event);
-            if (ge->extension == _x->xinputOpcode) {
+            if (ge->extension == _x->xinputOpcode && ge->event_type == XCB_INPUT_RAW_MOTION) {
+                moved = true;
+            } else if (ge->extension == _x->xinputOpcode) {
                 auto *barrier = reinterpret_cast<xcb_input_barrier_hit_event_t *>(event);
                 const bool ours = std::find(_x->placed.begin(), _x->placed.end(),
                                             barrier->barrier) != _x->placed.end();
@@ -277,6 +295,8 @@ void X11HotSpots::readEvents()
         }
         std::free(event);
     }
+    // One question for a burst of motion.
+    if (moved && _inside) checkPointerLeft();
 }
 
 } // namespace kelp

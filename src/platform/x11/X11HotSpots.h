@@ -6,8 +6,8 @@
 // over the hot spot reports the pointer entering however it got there (a warp, a tablet, a touch
 // screen), and is the whole hot spot where the server lacks barriers or the edge borders another
 // monitor (a barrier there would trap the pointer). That window is unmapped while the pointer is
-// inside, so it never takes a click from the window beneath; where the pointer is is then asked
-// every tenth of a second until it has left.
+// inside, so it never takes a click from the window beneath; until the pointer has left, each of
+// its motions (XInput 2.1 raw motion) makes Kelp ask where it is.
 #include "desktop/HotSpots.h"
 
 #include <memory>
@@ -34,6 +34,8 @@ private:
     void setInside(bool inside);
     void checkPointerLeft();
     void showStrip(bool shown);
+    // Raw motion events on while the pointer is in the hot spot (barrier events always).
+    void followMotion(bool follow);
 
     struct Connection;
     std::unique_ptr<Connection> _x;

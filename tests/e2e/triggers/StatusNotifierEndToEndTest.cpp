@@ -125,6 +125,7 @@ protected:
     }
 
     QProcess bus, kelp;
+    QByteArray log;
     QString address;
     QTemporaryDir home;
     QProcessEnvironment env;
@@ -143,7 +144,6 @@ TEST_F(StatusNotifier, ItemRegistersTogglesOnActivateAndOffersTheMenu)
                                        QDBusConnection::ExportAllContents));
     ASSERT_TRUE(desktop.registerService(QStringLiteral("org.kde.StatusNotifierWatcher")));
 
-    QByteArray log;
     kelp.setProcessEnvironment(env);
     kelp.setProcessChannelMode(QProcess::MergedChannels);
     QObject::connect(&kelp, &QProcess::readyRead, [&]() { log += kelp.readAll(); });
