@@ -75,10 +75,11 @@ X11HotSpots::X11HotSpots(const QByteArray &displayName, QObject *parent)
     _notifier = new QSocketNotifier(xcb_get_file_descriptor(_x->conn), QSocketNotifier::Read, this);
     connect(_notifier, &QSocketNotifier::activated, this, &X11HotSpots::readEvents);
     // The server reports leaving the barriers only for relative motion, and the strip is taken
-    // away while the pointer is in it: a pointer moved by an absolute device leaves unannounced.
-    // While (and only while) the pointer is in the hot spot, every motion of it (raw motion events)
-    // makes Kelp ask where it is; a pointer resting there costs nothing. A server without raw
-    // events is asked every tenth of a second instead.
+    // away while the pointer is in it: a pointer moved by an absolute device, or warped, leaves
+    // unannounced. While (and only while) the pointer is in the hot spot, where it is is asked
+    // every tenth of a second; once it has rested for a few seconds the asking stops, and its next
+    // motion (raw motion events, which a warp does not give) starts it again. A server without raw
+    // events is asked for as long as the pointer is inside.
     _leaveCheck = new QTimer(this);
     _leaveCheck->setInterval(100);
     connect(_leaveCheck, &QTimer::timeout, this, &X11HotSpots::checkPointerLeft);
@@ -108,6 +109,11 @@ void X11HotSpots::checkPointerLeft()
         _x->hit.clear();
         _x->stripEntered = false;
         setInside(false);
+    } else if (reply) {
+        const QPoint at(reply->root_x, reply->root_y);
+        _restingChecks = at == _lastPointer ? _restingChecks + 1 : 0;
+        _lastPointer = at;
+        if (_restingChecks >= kChecksBeforeRest && _x->rawMotion) _leaveCheck->stop();
     }
     std::free(reply);
 }
@@ -245,9 +251,9 @@ void X11HotSpots::setInside(bool inside)
 {
     if (inside == _inside) return;
     _inside = inside;
-    if (_x->rawMotion)
-        followMotion(inside);
-    else if (inside)
+    followMotion(inside);
+    _restingChecks = 0;
+    if (inside)
         _leaveCheck->start();
     else
         _leaveCheck->stop();
@@ -295,8 +301,12 @@ void X11HotSpots::readEvents()
         }
         std::free(event);
     }
-    // One question for a burst of motion.
-    if (moved && _inside) checkPointerLeft();
+    // The pointer moves in the hot spot: one question for the burst, and the asking resumes.
+    if (moved && _inside) {
+        _restingChecks = 0;
+        if (!_leaveCheck->isActive()) _leaveCheck->start();
+        checkPointerLeft();
+    }
 }
 
 } // namespace kelp

@@ -6,9 +6,11 @@
 // over the hot spot reports the pointer entering however it got there (a warp, a tablet, a touch
 // screen), and is the whole hot spot where the server lacks barriers or the edge borders another
 // monitor (a barrier there would trap the pointer). That window is unmapped while the pointer is
-// inside, so it never takes a click from the window beneath; until the pointer has left, each of
-// its motions (XInput 2.1 raw motion) makes Kelp ask where it is.
+// inside, so it never takes a click from the window beneath; until the pointer has left, Kelp asks
+// where it is while it moves (XInput 2.1 raw motion) and for a few seconds after it stops.
 #include "desktop/HotSpots.h"
+
+#include <QPoint>
 
 #include <memory>
 
@@ -42,6 +44,10 @@ private:
     QSocketNotifier *_notifier = nullptr;
     QTimer *_leaveCheck = nullptr;
     bool _inside = false;
+    // Checks of a pointer that has not moved; at kChecksBeforeRest (3 s) the checks stop.
+    static constexpr int kChecksBeforeRest = 30;
+    int _restingChecks = 0;
+    QPoint _lastPointer;
     bool _lostLogged = false;
 };
 
