@@ -42,9 +42,17 @@ per_thread() {
         echo "$(basename "$t") $(tr ' ' _ < "$t/comm") $(awk '/^voluntary_ctxt_switches|^nonvoluntary_ctxt_switches/ {s += $2} END {print s}' "$t/status")"
     done
 }
-per_thread > "$work/before"
-sleep 10
-per_thread > "$work/after"
-join "$work/before" "$work/after" | awk '{d = $5 - $3; total += d; if (d) busy = busy " " $2 "=" d}
-    END {printf "Idle, all three triggers on, pointer still, 10 s: %d context switches (all threads)%s\n", total, busy}'
+idle() {
+    per_thread > "$work/before"
+    sleep 10
+    per_thread > "$work/after"
+    join "$work/before" "$work/after" | awk -v what="$1" '{d = $5 - $3; total += d; if (d) busy = busy " " $2 "=" d}
+        END {printf "Idle, all three triggers on, %s, 10 s: %d context switches (all threads)%s\n", what, total, busy}'
+}
+idle "pointer still in the middle of the screen"
+# The pointer resting in the hot spot (the panel opens, then Kelp asks where the pointer is for
+# three seconds).
+xdotool mousemove 0 0
+sleep 4
+idle "pointer resting in the hot spot, panel shown"
 "$kelp" --quit
