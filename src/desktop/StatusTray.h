@@ -34,6 +34,8 @@ Q_SIGNALS:
     void availabilityChanged(bool available);
     // The tray's colours or the desktop's dark mode changed: the icon may want the other image.
     void appearanceChanged();
+    // The tray took the docked window in (or mapped it again): its contents want drawing anew.
+    void windowEmbedded();
 };
 
 } // namespace kelp

@@ -102,6 +102,10 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
             updateStatusBar();
         });
         connect(tray.get(), &StatusTray::appearanceChanged, this, &Triggers::darkModeChanged);
+        // What Qt drew before the tray took the window in is not always shown there.
+        connect(tray.get(), &StatusTray::windowEmbedded, this, [this]() {
+            if (_statusView) _statusView->update();
+        });
     }
 
     // The hot spot follows the primary screen.

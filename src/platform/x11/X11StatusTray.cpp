@@ -33,6 +33,7 @@ struct X11StatusTray::Connection
     xcb_window_t root = 0;
     xcb_atom_t selection = 0, opcode = 0, manager = 0, xembedInfo = 0, colours = 0;
     xcb_window_t owner = 0;
+    xcb_window_t docked = 0; // the icon window handed to the tray
 
     ~Connection()
     {
@@ -114,6 +115,10 @@ bool X11StatusTray::dock(QWindow *window)
 {
     const xcb_window_t owner = trayOwner();
     if (!owner || !window) return false;
+    // The tray reparents and maps the window; Kelp hears of it to draw the icon there.
+    _x->docked = xcb_window_t(window->winId());
+    const uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(_x->conn, _x->docked, XCB_CW_EVENT_MASK, &structure);
     xcb_client_message_event_t message;
     std::memset(&message, 0, sizeof(message));
     message.response_type = XCB_CLIENT_MESSAGE;
@@ -160,6 +165,7 @@ void X11StatusTray::readEvents()
     }
     bool changed = false;
     bool colours = false;
+    bool embedded = false;
     while (xcb_generic_event_t *event = xcb_poll_for_event(_x->conn)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == XCB_CLIENT_MESSAGE) {
@@ -169,6 +175,12 @@ void X11StatusTray::readEvents()
         } else if (type == XCB_DESTROY_NOTIFY) {
             if (reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == _x->owner)
                 changed = true;
+        } else if (type == XCB_MAP_NOTIFY) {
+            embedded =
+                embedded || reinterpret_cast<xcb_map_notify_event_t *>(event)->window == _x->docked;
+        } else if (type == XCB_REPARENT_NOTIFY) {
+            embedded = embedded ||
+                       reinterpret_cast<xcb_reparent_notify_event_t *>(event)->window == _x->docked;
         } else if (type == XCB_PROPERTY_NOTIFY) {
             auto *property = reinterpret_cast<xcb_property_notify_event_t *>(event);
             colours = colours || (property->window == _x->owner && property->atom == _x->colours);
@@ -176,6 +188,7 @@ void X11StatusTray::readEvents()
         std::free(event);
     }
     if (colours) Q_EMIT appearanceChanged();
+    if (embedded) Q_EMIT windowEmbedded();
     if (!changed) return;
     watchOwner();
     xcb_flush(_x->conn);

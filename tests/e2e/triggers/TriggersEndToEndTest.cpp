@@ -418,7 +418,8 @@ TEST_F(TriggersUnderOpenbox, WithoutATrayTheGearButtonCarriesTheMenu)
     run(QStringLiteral(KELP_BINARY), {QStringLiteral("--toggle")});
     ASSERT_TRUE(waitUntil([&] { return panelShown(); }, 10000));
     clickGear();
-    ASSERT_TRUE(waitUntil(menuShown, 5000)) << "the gear's menu opened again";
+    ASSERT_TRUE(waitUntil(menuShown, 5000)) << "the gear's menu opened again\n"
+                                            << qPrintable(log());
     const QRect again = window(QStringLiteral("Kelp Menu")).rect;
     clickAt(QPoint(again.center().x(), again.bottom() - 10));
     EXPECT_TRUE(kelp.waitForFinished(10000)) << "Quit Kelp ended Kelp\n" << qPrintable(log());
@@ -493,7 +494,10 @@ TEST_F(Triggers, TrayIconFollowsTheDesktopsDarkModeLive)
         return std::pair(black, white);
     };
     auto drawnBlack = [&] { return inks().first > 10; };
-    EXPECT_TRUE(waitUntil(drawnBlack, 5000)) << "a light desktop: the black image";
+    EXPECT_TRUE(waitUntil(drawnBlack, 10000))
+        << "a light desktop: the black image; near black, near white: " << inks().first << ", "
+        << inks().second << "\n"
+        << qPrintable(log());
 
     auto reconfigure = [&](const QByteArray &text) {
         ASSERT_TRUE(writeFile(config, text));
