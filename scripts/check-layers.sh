@@ -13,6 +13,7 @@ allowed_desktop_includes=(
     tests/support/XSession.h
     tests/desktop/X11DesktopTest.cpp
     bench/launcher/FirstMap.cpp
+    bench/triggers/TriggerToMap.cpp
     tests/desktop/CompositingWatchTest.cpp
     tests/e2e/PointerEndToEndTest.cpp
     tests/desktop/GioListApps.cpp

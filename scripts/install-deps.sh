@@ -11,6 +11,7 @@ packages=(
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev trayer
     sway grim wtype libwlroots-examples weston qt6-wayland qt6-wayland-dev wayland-protocols
     libwayland-dev libwayland-bin qt6-base-private-dev plasma-wayland-protocols xwayland
+    libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev libxcb-xtest0-dev trayer
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
     desktop-file-utils dpkg-dev
     googletest libgtest-dev libbenchmark-dev

@@ -55,11 +55,12 @@ QWidget *makeHighlight()
     return w;
 }
 
-QIcon trayIconImage()
+QIcon trayIconImage(bool white)
 {
     QImage image(32, 32, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
-    QSvgRenderer svg(QStringLiteral(":/triggers/kelp_status_item_black.svg"));
+    QSvgRenderer svg(white ? QStringLiteral(":/triggers/kelp_status_item_white.svg")
+                           : QStringLiteral(":/triggers/kelp_status_item_black.svg"));
     QPainter p(&image);
     svg.render(&p);
     return QIcon(QPixmap::fromImage(image));
@@ -99,6 +100,11 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
         connect(tray.get(), &StatusTray::availabilityChanged, this, [this](bool available) {
             qCInfo(lcTriggers) << (available ? "A tray is running" : "The tray went away");
             updateStatusBar();
+        });
+        connect(tray.get(), &StatusTray::appearanceChanged, this, &Triggers::darkModeChanged);
+        // What Qt drew before the tray took the window in is not always shown there.
+        connect(tray.get(), &StatusTray::windowEmbedded, this, [this]() {
+            if (_statusView) _statusView->update();
         });
     }
 
@@ -263,9 +269,7 @@ void Triggers::updateStatusBar()
         connect(view, &StatusItemView::dragEntered, this, [this]() {
             if (!_controller.mainWindowIsVisible()) trigger();
         });
-        const auto foreground = tray->foreground();
-        view->setDarkTray(foreground ? foreground->lightness() > 128
-                                     : view->palette().color(QPalette::Window).lightness() < 128);
+        view->setDarkTray(isDarkTray());
         view->winId(); // the native window the tray takes in
         tray->prepare(view->windowHandle());
         if (tray->dock(view->windowHandle())) {
@@ -278,7 +282,7 @@ void Triggers::updateStatusBar()
     }
     if (QSystemTrayIcon::isSystemTrayAvailable()) {
         // A tray that takes no windows (a StatusNotifierItem host): Qt's tray icon.
-        _trayIcon = new QSystemTrayIcon(trayIconImage());
+        _trayIcon = new QSystemTrayIcon(trayIconImage(isDarkTray()));
         _trayMenu = statusItemMenu();
         _trayIcon->setContextMenu(_trayMenu);
         connect(_trayIcon, &QSystemTrayIcon::activated, this,
@@ -294,6 +298,26 @@ void Triggers::updateStatusBar()
         return;
     }
     qCInfo(lcTriggers) << "No tray on this desktop; the panel's gear button carries the menu";
+}
+
+bool Triggers::isDarkTray() const
+{
+    // What the tray says of its icons' colour first (a light foreground means a dark tray), then
+    // the desktop's dark mode, then Kelp's own palette.
+    if (const auto tray = desktop().statusTray) {
+        if (const auto foreground = tray->foreground()) return foreground->lightness() > 128;
+        if (const auto dark = tray->darkDesktop()) return *dark;
+    }
+    return QApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+void Triggers::darkModeChanged()
+{
+    const bool dark = isDarkTray();
+    if (_statusView) _statusView->setDarkTray(dark);
+    if (_trayIcon) _trayIcon->setIcon(trayIconImage(dark));
+    if (_statusView || _trayIcon)
+        qCInfo(lcTriggers) << "The tray icon is drawn" << (dark ? "white" : "black");
 }
 
 QMenu *Triggers::statusItemMenu(QWidget *parent)

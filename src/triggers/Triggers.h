@@ -77,6 +77,9 @@ private:
     void showAlert(const AccessAlert &alert);
     void performMenuAction(MenuAction action);
     void showHighlight(bool shown);
+    // The tray icon's image follows the tray's colours and the desktop's dark mode.
+    bool isDarkTray() const;
+    void darkModeChanged();
 
     TQController &_controller;
     TQAppManager &_catalogue;

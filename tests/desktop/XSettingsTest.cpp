@@ -104,6 +104,25 @@ TEST(XSettingsBlock, BothByteOrdersDecodeAndEveryTruncationIsRefused)
     EXPECT_TRUE(parseXSettings(Block(false, 0).bytes()).has_value());
 }
 
+TEST(XSettings, DarkModeFromThePreferenceOrTheThemeName)
+{
+    using Settings = QHash<QString, QVariant>;
+    const QString prefer = QStringLiteral("Gtk/ApplicationPreferDarkTheme");
+    const QString theme = QStringLiteral("Net/ThemeName");
+    EXPECT_EQ(darkModeFromXSettings({}), std::nullopt) << "neither said";
+    EXPECT_EQ(darkModeFromXSettings(Settings{{prefer, 1}}), true);
+    EXPECT_EQ(darkModeFromXSettings(Settings{{prefer, 0}}), false);
+    EXPECT_EQ(darkModeFromXSettings(Settings{{theme, QStringLiteral("Breeze-Dark")}}), true);
+    EXPECT_EQ(darkModeFromXSettings(Settings{{theme, QStringLiteral("Adwaita")}}), false);
+    // Either one says dark: a dark theme without the preference, the preference on a light theme.
+    EXPECT_EQ(darkModeFromXSettings(Settings{{prefer, 0}, {theme, QStringLiteral("Adwaita-dark")}}),
+              true);
+    EXPECT_EQ(darkModeFromXSettings(Settings{{prefer, 1}, {theme, QStringLiteral("Adwaita")}}),
+              true);
+    // A value of the wrong type says nothing.
+    EXPECT_EQ(darkModeFromXSettings(Settings{{prefer, QStringLiteral("1")}}), std::nullopt);
+}
+
 TEST(XSettingsWatch, FollowsARealSettingsManager)
 {
     QString why;

@@ -1,6 +1,7 @@
 #include "platform/x11/X11StatusTray.h"
 
 #include "extras/Logging.h"
+#include "platform/x11/XSettings.h"
 
 #include <QSocketNotifier>
 #include <QWindow>
@@ -32,6 +33,7 @@ struct X11StatusTray::Connection
     xcb_window_t root = 0;
     xcb_atom_t selection = 0, opcode = 0, manager = 0, xembedInfo = 0, colours = 0;
     xcb_window_t owner = 0;
+    xcb_window_t docked = 0; // the icon window handed to the tray
 
     ~Connection()
     {
@@ -65,6 +67,8 @@ X11StatusTray::X11StatusTray(const QByteArray &displayName, QObject *parent)
     xcb_flush(_x->conn);
     _notifier = new QSocketNotifier(xcb_get_file_descriptor(_x->conn), QSocketNotifier::Read, this);
     connect(_notifier, &QSocketNotifier::activated, this, &X11StatusTray::readEvents);
+    _xsettings = new X11XSettingsWatch(displayName, this, X11XSettingsWatch::DarkMode);
+    connect(_xsettings, &X11XSettingsWatch::darkModeChanged, this, &StatusTray::appearanceChanged);
 }
 
 X11StatusTray::~X11StatusTray() = default;
@@ -88,8 +92,8 @@ void X11StatusTray::watchOwner()
 {
     _x->owner = trayOwner();
     if (!_x->owner) return;
-    // The tray's window going away is the tray going away.
-    const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    // The tray's window going away is the tray going away; its properties hold its colours.
+    const uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(_x->conn, _x->owner, XCB_CW_EVENT_MASK, &mask);
 }
 
@@ -111,6 +115,10 @@ bool X11StatusTray::dock(QWindow *window)
 {
     const xcb_window_t owner = trayOwner();
     if (!owner || !window) return false;
+    // The tray reparents and maps the window; Kelp hears of it to draw the icon there.
+    _x->docked = xcb_window_t(window->winId());
+    const uint32_t structure = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
+    xcb_change_window_attributes(_x->conn, _x->docked, XCB_CW_EVENT_MASK, &structure);
     xcb_client_message_event_t message;
     std::memset(&message, 0, sizeof(message));
     message.response_type = XCB_CLIENT_MESSAGE;
@@ -142,6 +150,11 @@ std::optional<QColor> X11StatusTray::foreground() const
     return colour;
 }
 
+std::optional<bool> X11StatusTray::darkDesktop() const
+{
+    return _xsettings ? _xsettings->darkMode() : std::nullopt;
+}
+
 void X11StatusTray::readEvents()
 {
     if (!isConnected()) {
@@ -151,6 +164,8 @@ void X11StatusTray::readEvents()
         return;
     }
     bool changed = false;
+    bool colours = false;
+    bool embedded = false;
     while (xcb_generic_event_t *event = xcb_poll_for_event(_x->conn)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == XCB_CLIENT_MESSAGE) {
@@ -160,9 +175,20 @@ void X11StatusTray::readEvents()
         } else if (type == XCB_DESTROY_NOTIFY) {
             if (reinterpret_cast<xcb_destroy_notify_event_t *>(event)->window == _x->owner)
                 changed = true;
+        } else if (type == XCB_MAP_NOTIFY) {
+            embedded =
+                embedded || reinterpret_cast<xcb_map_notify_event_t *>(event)->window == _x->docked;
+        } else if (type == XCB_REPARENT_NOTIFY) {
+            embedded = embedded ||
+                       reinterpret_cast<xcb_reparent_notify_event_t *>(event)->window == _x->docked;
+        } else if (type == XCB_PROPERTY_NOTIFY) {
+            auto *property = reinterpret_cast<xcb_property_notify_event_t *>(event);
+            colours = colours || (property->window == _x->owner && property->atom == _x->colours);
         }
         std::free(event);
     }
+    if (colours) Q_EMIT appearanceChanged();
+    if (embedded) Q_EMIT windowEmbedded();
     if (!changed) return;
     watchOwner();
     xcb_flush(_x->conn);

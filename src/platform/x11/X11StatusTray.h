@@ -2,7 +2,8 @@
 // The XEmbed system tray (the owner of the selection _NET_SYSTEM_TRAY_S<screen>): Kelp's icon
 // window is handed to it with a dock request. Kelp's own connection listens on the root window for
 // the MANAGER announcement of a tray that starts, and on the tray for its going away, so the icon
-// docks again when a tray comes back.
+// docks again when a tray comes back. It also follows the tray's _NET_SYSTEM_TRAY_COLORS and the
+// desktop's dark mode (XSETTINGS), both through events.
 #include "desktop/StatusTray.h"
 
 #include <memory>
@@ -10,6 +11,8 @@
 class QSocketNotifier;
 
 namespace kelp {
+
+class X11XSettingsWatch;
 
 class X11StatusTray : public StatusTray
 {
@@ -22,6 +25,7 @@ public:
     bool isAvailable() const override;
     bool dock(QWindow *window) override;
     std::optional<QColor> foreground() const override;
+    std::optional<bool> darkDesktop() const override;
     void prepare(QWindow *window) override;
 
 private:
@@ -32,6 +36,7 @@ private:
     struct Connection;
     std::unique_ptr<Connection> _x;
     QSocketNotifier *_notifier = nullptr;
+    X11XSettingsWatch *_xsettings = nullptr;
     bool _lostLogged = false;
 };
 

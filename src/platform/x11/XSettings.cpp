@@ -159,8 +159,8 @@ struct X11XSettingsWatch::Connection
     }
 };
 
-X11XSettingsWatch::X11XSettingsWatch(const QByteArray &displayName, QObject *parent)
-    : QObject(parent), _x(std::make_unique<Connection>())
+X11XSettingsWatch::X11XSettingsWatch(const QByteArray &displayName, QObject *parent, int follows)
+    : QObject(parent), _x(std::make_unique<Connection>()), _follows(follows)
 {
     int screen = 0;
     _x->conn = xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &screen);
@@ -208,9 +208,21 @@ void X11XSettingsWatch::findManager()
     xcb_flush(_x->conn);
 }
 
+std::optional<bool> darkModeFromXSettings(const QHash<QString, QVariant> &settings)
+{
+    const QVariant prefer = settings.value(QStringLiteral("Gtk/ApplicationPreferDarkTheme"));
+    const QVariant theme = settings.value(QStringLiteral("Net/ThemeName"));
+    const bool preferKnown = prefer.typeId() == QMetaType::Int;
+    const bool themeKnown = theme.typeId() == QMetaType::QString;
+    if (!preferKnown && !themeKnown) return std::nullopt;
+    return (preferKnown && prefer.toInt() != 0) ||
+           (themeKnown && theme.toString().contains(QLatin1String("dark"), Qt::CaseInsensitive));
+}
+
 void X11XSettingsWatch::readSettings()
 {
     QString theme;
+    std::optional<bool> dark;
     if (_x->owner != XCB_WINDOW_NONE) {
         Freed<xcb_get_property_reply_t> reply(xcb_get_property_reply(
             _x->conn,
@@ -220,16 +232,27 @@ void X11XSettingsWatch::readSettings()
         if (reply && reply->format == 8) {
             const QByteArray block(static_cast<const char *>(xcb_get_property_value(reply.p)),
                                    xcb_get_property_value_length(reply.p));
-            if (const auto settings = parseXSettings(block))
+            if (const auto settings = parseXSettings(block)) {
                 theme = settings->value(QStringLiteral("Net/IconThemeName")).toString().trimmed();
-            else
+                dark = darkModeFromXSettings(*settings);
+            } else
                 qCWarning(lcIcons) << "The XSETTINGS manager published a malformed block; ignored";
         }
     }
+    if (dark != _dark) {
+        _dark = dark;
+        if (_follows & DarkMode)
+            qCInfo(lcTriggers).noquote() << "XSETTINGS dark mode:"
+                                         << (!dark   ? QStringLiteral("not said")
+                                             : *dark ? QStringLiteral("on")
+                                                     : QStringLiteral("off"));
+        Q_EMIT darkModeChanged();
+    }
     if (theme == _iconTheme) return;
     _iconTheme = theme;
-    qCInfo(lcIcons).noquote() << "XSETTINGS icon theme:"
-                              << (theme.isEmpty() ? QStringLiteral("none") : theme);
+    if (_follows & IconTheme)
+        qCInfo(lcIcons).noquote() << "XSETTINGS icon theme:"
+                                  << (theme.isEmpty() ? QStringLiteral("none") : theme);
     Q_EMIT iconThemeNameChanged();
 }
 

@@ -5,6 +5,8 @@
 #include "support/XSession.h"
 
 #include <QDir>
+#include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -16,6 +18,10 @@
 #include <xcb/xcb_keysyms.h>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <utility>
 
 using namespace kelp::test;
 
@@ -298,4 +304,221 @@ TEST_F(Triggers, TrayIconDocksTogglesOnClickAndOpensTheMenuWhenHeld)
         [&] { return log().count(QStringLiteral("Kelp's icon is in the tray")) >= 2; }, 10000))
         << qPrintable(log());
     EXPECT_TRUE(waitUntil([&] { return icon().mapped; }, 10000)) << "the icon is back in the tray";
+}
+
+namespace {
+
+// The same, under openbox as installed: its own theme, key and mouse bindings.
+class TriggersUnderOpenbox : public Triggers
+{
+protected:
+    void SetUp() override
+    {
+        XSession::instance().openboxOwnSettings = true;
+        Triggers::SetUp();
+    }
+
+    QRect settledPanel()
+    {
+        QRect last;
+        int same = 0;
+        waitUntil(
+            [&] {
+                const WindowState now = window(QStringLiteral("Kelp Main"));
+                same = now.mapped && now.rect == last ? same + 1 : 0;
+                last = now.rect;
+                QTest::qWait(150);
+                return same >= 3;
+            },
+            10000);
+        return last;
+    }
+    void clickAt(QPoint p)
+    {
+        xdo({QStringLiteral("mousemove"), QString::number(p.x()), QString::number(p.y())});
+        QTest::qWait(150);
+        xdo({QStringLiteral("click"), QStringLiteral("1")});
+    }
+    // The gear button, in the panel's top-right corner.
+    void clickGear()
+    {
+        const QRect panel = settledPanel();
+        clickAt(QPoint(panel.right() - 19, panel.top() + 20));
+    }
+};
+
+// A window of this test's own in the top-left corner that records the clicks it receives.
+class ClickCatcher
+{
+public:
+    explicit ClickCatcher(const QRect &r)
+    {
+        _c = xcb_connect(XSession::instance().display.toLatin1().constData(), nullptr);
+        if (xcb_connection_has_error(_c)) return;
+        const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(_c)).data;
+        _w = xcb_generate_id(_c);
+        const uint32_t values[] = {screen->white_pixel, 1, XCB_EVENT_MASK_BUTTON_PRESS};
+        xcb_create_window(_c, XCB_COPY_FROM_PARENT, _w, screen->root, int16_t(r.x()),
+                          int16_t(r.y()), uint16_t(r.width()), uint16_t(r.height()), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+        xcb_map_window(_c, _w);
+        std::free(xcb_get_input_focus_reply(_c, xcb_get_input_focus(_c), nullptr));
+    }
+    ~ClickCatcher() { xcb_disconnect(_c); }
+    // The positions (in the window) of the presses received since the last call.
+    QList<QPoint> presses()
+    {
+        while (xcb_generic_event_t *e = xcb_poll_for_event(_c)) {
+            if ((e->response_type & 0x7f) == XCB_BUTTON_PRESS) {
+                auto *press = reinterpret_cast<xcb_button_press_event_t *>(e);
+                _presses << QPoint(press->event_x, press->event_y);
+            }
+            std::free(e);
+        }
+        return std::exchange(_presses, {});
+    }
+    bool receives(QPoint p)
+    {
+        QList<QPoint> got;
+        waitUntil(
+            [&] {
+                got += presses();
+                return got.contains(p);
+            },
+            3000);
+        return got.contains(p);
+    }
+
+private:
+    xcb_connection_t *_c = nullptr;
+    xcb_window_t _w = 0;
+    QList<QPoint> _presses;
+};
+
+} // namespace
+
+TEST_F(TriggersUnderOpenbox, WithoutATrayTheGearButtonCarriesTheMenu)
+{
+    startKelp("<key>showAppInStatusBar</key><false/><key>showWindowAtLaunch</key><true/>",
+              QStringLiteral("Hot key"));
+    ASSERT_TRUE(waitUntil([&] { return panelShown(); }, 15000));
+    auto menuShown = [&] { return window(QStringLiteral("Kelp Menu")).mapped; };
+
+    clickGear();
+    ASSERT_TRUE(waitUntil(menuShown, 5000)) << "a click on the gear opened the menu\n"
+                                            << qPrintable(log());
+    // Its first item: Show/Hide Kelp.
+    const QRect menu = window(QStringLiteral("Kelp Menu")).rect;
+    clickAt(QPoint(menu.center().x(), menu.top() + 12));
+    EXPECT_TRUE(waitUntil([&] { return !panelShown() && !menuShown(); }, 10000))
+        << "Show/Hide Kelp hid the panel";
+
+    // Back again, and its last item: Quit Kelp (no question: the taskbar entry is a way back).
+    run(QStringLiteral(KELP_BINARY), {QStringLiteral("--toggle")});
+    ASSERT_TRUE(waitUntil([&] { return panelShown(); }, 10000));
+    clickGear();
+    ASSERT_TRUE(waitUntil(menuShown, 5000)) << "the gear's menu opened again\n"
+                                            << qPrintable(log());
+    const QRect again = window(QStringLiteral("Kelp Menu")).rect;
+    clickAt(QPoint(again.center().x(), again.bottom() - 10));
+    EXPECT_TRUE(kelp.waitForFinished(10000)) << "Quit Kelp ended Kelp\n" << qPrintable(log());
+    EXPECT_EQ(kelp.exitCode(), 0);
+}
+
+TEST_F(TriggersUnderOpenbox, HotSpotOpensForAnAbsolutePointerAndTakesNoClick)
+{
+    // The window beneath the hot spot, there before Kelp.
+    ClickCatcher beneath(QRect(0, 0, 200, 200));
+    startKelp("<key>cursorHotSpotLocation</key><integer>1</integer>"
+              "<key>cursorHotSpotDelay</key><real>0.5</real>",
+              QStringLiteral("Hot spot window at QRect(0,0 4x4)"));
+
+    // A jump into the corner (a warp, a tablet) and rest: the panel opens.
+    xdo({QStringLiteral("mousemove"), QStringLiteral("1"), QStringLiteral("1")});
+    EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000))
+        << "resting after a jump into the corner opened the panel\n"
+        << qPrintable(log());
+
+    // Away and back by jumps alone: the hot spot saw the pointer leave, and closes the panel.
+    xdo({QStringLiteral("mousemove"), QStringLiteral("640"), QStringLiteral("400")});
+    QTest::qWait(500);
+    xdo({QStringLiteral("mousemove"), QStringLiteral("0"), QStringLiteral("0")});
+    EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 10000))
+        << "the second jump into the corner closed the panel";
+
+    // Just outside the hot spot a click reaches the window beneath.
+    clickAt(QPoint(6, 6));
+    EXPECT_TRUE(beneath.receives(QPoint(6, 6))) << "the click beside the hot spot";
+
+    // In the hot spot, once the pointer is there, clicks reach the window beneath as well.
+    xdo({QStringLiteral("mousemove"), QStringLiteral("2"), QStringLiteral("2")});
+    QTest::qWait(1500);
+    xdo({QStringLiteral("click"), QStringLiteral("1")});
+    EXPECT_TRUE(beneath.receives(QPoint(2, 2))) << "the click in the hot spot";
+}
+
+TEST_F(Triggers, TrayIconFollowsTheDesktopsDarkModeLive)
+{
+    for (const char *tool : {"trayer", "xsettingsd", "import"})
+        if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+            GTEST_SKIP() << tool << " is not installed";
+    const QString config = home.filePath(QStringLiteral("xsettingsd.conf"));
+    ASSERT_TRUE(writeFile(config, "Net/ThemeName \"Adwaita\"\nGtk/ApplicationPreferDarkTheme 0\n"));
+    QProcess settings;
+    settings.setProcessEnvironment(env);
+    settings.start(QStringLiteral("xsettingsd"), {QStringLiteral("-c"), config});
+    ASSERT_TRUE(settings.waitForStarted());
+    tray.setProcessEnvironment(env);
+    tray.start(QStringLiteral("trayer"), {QStringLiteral("--edge"), QStringLiteral("top"),
+                                          QStringLiteral("--height"), QStringLiteral("24")});
+    ASSERT_TRUE(tray.waitForStarted());
+    QTest::qWait(1000);
+    startKelp({}, QStringLiteral("Kelp's icon is in the tray"));
+    ASSERT_TRUE(waitUntil([&] { return window(QStringLiteral("Kelp Tray Icon")).mapped; }, 10000));
+
+    // The icon's pixels as shown: how many are near black, how many near white.
+    const QString shot = home.filePath(QStringLiteral("tray.png"));
+    auto inks = [&] {
+        const QRect r = window(QStringLiteral("Kelp Tray Icon")).rect;
+        QFile::remove(shot);
+        run(QStringLiteral("import"), {QStringLiteral("-window"), QStringLiteral("root"), shot});
+        const QImage image = QImage(shot).copy(r);
+        int black = 0, white = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x) {
+                const int v = qGray(image.pixel(x, y));
+                black += v < 60;
+                white += v > 250;
+            }
+        return std::pair(black, white);
+    };
+    auto drawnBlack = [&] { return inks().first > 10; };
+    EXPECT_TRUE(waitUntil(drawnBlack, 10000))
+        << "a light desktop: the black image; near black, near white: " << inks().first << ", "
+        << inks().second << "\n"
+        << qPrintable(log());
+
+    auto reconfigure = [&](const QByteArray &text) {
+        ASSERT_TRUE(writeFile(config, text));
+        ::kill(static_cast<pid_t>(settings.processId()), SIGHUP);
+    };
+    reconfigure("Net/ThemeName \"Adwaita\"\nGtk/ApplicationPreferDarkTheme 1\n");
+    EXPECT_TRUE(waitUntil([&] { return log().contains(QLatin1String("drawn white")); }, 10000))
+        << qPrintable(log());
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const auto [black, white] = inks();
+            return black == 0 && white > 10;
+        },
+        5000))
+        << "the desktop turned dark: the white image";
+
+    // A dark GTK theme says as much without the preference.
+    reconfigure("Net/ThemeName \"Adwaita\"\nGtk/ApplicationPreferDarkTheme 0\n");
+    EXPECT_TRUE(waitUntil(drawnBlack, 10000)) << "light again: black";
+    reconfigure("Net/ThemeName \"Adwaita-dark\"\nGtk/ApplicationPreferDarkTheme 0\n");
+    EXPECT_TRUE(waitUntil([&] { return !drawnBlack(); }, 10000)) << "a dark theme: white";
+    settings.terminate();
+    settings.waitForFinished(3000);
 }
