@@ -39,6 +39,8 @@ function(kelp_wayland_protocol target xml_file)
         COMMENT "wayland-scanner ${name}"
         VERBATIM)
     target_sources(${target} PRIVATE "${header}" "${code}")
-    target_include_directories(${target} PUBLIC "${out_dir}")
+    # A system folder: the generated headers are wayland-scanner's C, with casts and conventions
+    # Kelp's warnings would refuse.
+    target_include_directories(${target} SYSTEM PUBLIC "${out_dir}")
     target_link_libraries(${target} PUBLIC PkgConfig::WAYLAND)
 endfunction()

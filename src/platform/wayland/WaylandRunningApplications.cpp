@@ -96,7 +96,7 @@ struct WaylandRunningApplications::WlrListeners
     {
         static_cast<Toplevel *>(data)->pending.hasParent = parent != nullptr;
     }
-    static constexpr zwlr_foreign_toplevel_handle_v1_listener handle = {
+    static constexpr zwlr_foreign_toplevel_handle_v1_listener handleListener = {
         onTitle, onAppId, onOutput, onOutput, onState, onDone, onClosed, onParent,
     };
 
@@ -105,7 +105,8 @@ struct WaylandRunningApplications::WlrListeners
     {
         Toplevel &toplevel = static_cast<WaylandRunningApplications *>(data)->addToplevel();
         toplevel.wlr = handle;
-        zwlr_foreign_toplevel_handle_v1_add_listener(handle, &WlrListeners::handle, &toplevel);
+        zwlr_foreign_toplevel_handle_v1_add_listener(handle, &WlrListeners::handleListener,
+                                                     &toplevel);
     }
     static void onFinished(void *data, zwlr_foreign_toplevel_manager_v1 *manager)
     {
@@ -114,7 +115,8 @@ struct WaylandRunningApplications::WlrListeners
         zwlr_foreign_toplevel_manager_v1_destroy(manager);
         static_cast<WaylandRunningApplications *>(data)->_wlrManager = nullptr;
     }
-    static constexpr zwlr_foreign_toplevel_manager_v1_listener manager = {onToplevel, onFinished};
+    static constexpr zwlr_foreign_toplevel_manager_v1_listener managerListener = {onToplevel,
+                                                                                  onFinished};
 };
 
 // --- org_kde_plasma_window_management ---------------------------------------------------------
@@ -166,7 +168,7 @@ struct WaylandRunningApplications::PlasmaListeners
         static_cast<Toplevel *>(data)->pending.pid = pid;
     }
     // Events up to the process; later ones are of versions Kelp does not bind.
-    static constexpr org_kde_plasma_window_listener window = {
+    static constexpr org_kde_plasma_window_listener windowListener = {
         onTitle,        onAppId,  onState,    onDesktop,     onIconName, onUnmapped,
         onInitialState, onParent, onGeometry, onIconChanged, onPid,      nullptr,
         nullptr,        nullptr,  nullptr,    nullptr,       nullptr,
@@ -178,13 +180,14 @@ struct WaylandRunningApplications::PlasmaListeners
         auto *self = static_cast<WaylandRunningApplications *>(data);
         Toplevel &toplevel = self->addToplevel();
         toplevel.plasma = org_kde_plasma_window_management_get_window(manager, id);
-        org_kde_plasma_window_add_listener(toplevel.plasma, &PlasmaListeners::window, &toplevel);
+        org_kde_plasma_window_add_listener(toplevel.plasma, &PlasmaListeners::windowListener,
+                                           &toplevel);
         if (self->_boundVersion < 4) {
             // No initial-state event before version 4: the window counts at once.
             self->toplevelUpdated(&toplevel);
         }
     }
-    static constexpr org_kde_plasma_window_management_listener manager = {
+    static constexpr org_kde_plasma_window_management_listener managerListener = {
         onShowDesktop, onWindow, nullptr, nullptr, nullptr};
 };
 
@@ -206,7 +209,8 @@ WaylandRunningApplications::WaylandRunningApplications(
         _boundVersion = std::min(_wlrVersion, kWlrVersion);
         _wlrManager = static_cast<zwlr_foreign_toplevel_manager_v1 *>(wl_registry_bind(
             _registry, _wlrName, &zwlr_foreign_toplevel_manager_v1_interface, _boundVersion));
-        zwlr_foreign_toplevel_manager_v1_add_listener(_wlrManager, &WlrListeners::manager, this);
+        zwlr_foreign_toplevel_manager_v1_add_listener(_wlrManager, &WlrListeners::managerListener,
+                                                      this);
         qCInfo(lcPlatform) << "Running applications from zwlr_foreign_toplevel_manager_v1 version"
                            << _boundVersion;
     } else if (_plasmaName != 0) {
@@ -214,8 +218,8 @@ WaylandRunningApplications::WaylandRunningApplications(
         _boundVersion = std::min(_plasmaVersion, kPlasmaVersion);
         _plasmaManager = static_cast<org_kde_plasma_window_management *>(wl_registry_bind(
             _registry, _plasmaName, &org_kde_plasma_window_management_interface, _boundVersion));
-        org_kde_plasma_window_management_add_listener(_plasmaManager, &PlasmaListeners::manager,
-                                                      this);
+        org_kde_plasma_window_management_add_listener(_plasmaManager,
+                                                      &PlasmaListeners::managerListener, this);
         qCInfo(lcPlatform) << "Running applications from org_kde_plasma_window_management version"
                            << _boundVersion;
     } else {
