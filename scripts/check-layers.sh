@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Checks the layers of Kelp's code that the compiler alone does not catch:
-#   - only src/platform/ includes desktop headers (X11, xcb, GLib/GIO, GDK);
+#   - only src/platform/ includes desktop headers (X11, xcb, GLib/GIO, GDK, Wayland, Qt's platform
+#     plugin headers);
 #   - src/colour/ is plain C++: no Qt header.
 # Prints each offending include as "file:line: reason" and exits 1 when there is any.
 set -euo pipefail
@@ -20,7 +21,7 @@ allowed_desktop_includes=(
     tests/e2e/triggers/TriggersEndToEndTest.cpp
 )
 
-desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk)'
+desktop_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](X11/|xcb/|gio/|gio-unix|glib\.h|glib/|glib-|gobject/|gdk|wayland-|qpa/|[a-z0-9-]+-client-protocol\.h)'
 qt_header='^[[:space:]]*#[[:space:]]*include[[:space:]]*[<"](Qt[A-Za-z]*/|Q[A-Za-z0-9_]*[>"]|q[a-z0-9_]*\.h[>"])'
 
 if git rev-parse --is-inside-work-tree > /dev/null 2>&1; then
