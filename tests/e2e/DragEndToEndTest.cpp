@@ -117,27 +117,14 @@ protected:
         return bunches.join(QStringLiteral(" | "));
     }
 
-    QString x(const QString &tool, const QStringList &args)
-    {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(10000);
-        return QString::fromUtf8(p.readAllStandardOutput());
-    }
+    QString x(const QString &tool, const QStringList &args) { return runTool(env, tool, args); }
     QString xdotool(const QStringList &args) { return x(QStringLiteral("xdotool"), args); }
 
     QRect panel()
     {
-        const QString info =
-            x(QStringLiteral("xwininfo"), {QStringLiteral("-name"), QStringLiteral("Kelp Main")});
-        if (!info.contains(QLatin1String("IsViewable"))) return {};
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        return {number("Absolute upper-left X"), number("Absolute upper-left Y"), number("Width"),
-                number("Height")};
+        const WindowGeometry g =
+            windowGeometry(env, {QStringLiteral("-name"), QStringLiteral("Kelp Main")});
+        return g.mapped ? g.rect : QRect();
     }
 
     void startKelp()

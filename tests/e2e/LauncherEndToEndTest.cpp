@@ -16,12 +16,6 @@ using namespace kelp::test;
 
 namespace {
 
-struct Geometry
-{
-    bool mapped = false;
-    QRect rect;
-};
-
 class Launcher : public ::testing::Test
 {
 protected:
@@ -77,44 +71,17 @@ protected:
             << "the panel never showed";
     }
 
-    QString x(const QString &tool, const QStringList &args)
-    {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(10000);
-        return QString::fromUtf8(p.readAllStandardOutput());
-    }
+    QString x(const QString &tool, const QStringList &args) { return runTool(env, tool, args); }
 
-    Geometry window(const QString &name)
+    WindowGeometry window(const QString &name)
     {
-        const QString info = x(QStringLiteral("xwininfo"), {QStringLiteral("-name"), name});
-        Geometry g;
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        g.mapped = info.contains(QLatin1String("IsViewable"));
-        g.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
-                       number("Width"), number("Height"));
-        return g;
+        return windowGeometry(env, {QStringLiteral("-name"), name});
     }
-    Geometry panel() { return window(QStringLiteral("Kelp Main")); }
+    WindowGeometry panel() { return window(QStringLiteral("Kelp Main")); }
     // The panel fits itself to the catalogue as it fills: wait until it keeps one size.
     QRect settledPanel()
     {
-        QRect last;
-        int same = 0;
-        waitUntil(
-            [&] {
-                const QRect now = panel().rect;
-                same = now == last ? same + 1 : 0;
-                last = now;
-                QTest::qWait(200);
-                return same >= 3;
-            },
-            10000);
-        return last;
+        return settledRect([this] { return panel().rect; }, 10000);
     }
 
     QImage screenshot()

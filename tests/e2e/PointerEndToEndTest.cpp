@@ -147,14 +147,7 @@ protected:
         ASSERT_GT(panelRect.width(), 100);
     }
 
-    QString x(const QString &tool, const QStringList &args)
-    {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(10000);
-        return QString::fromUtf8(p.readAllStandardOutput());
-    }
+    QString x(const QString &tool, const QStringList &args) { return runTool(env, tool, args); }
     void pointer(const QStringList &args) { x(QStringLiteral("xdotool"), args); }
     void moveTo(QPoint p)
     {
@@ -170,30 +163,10 @@ protected:
         return windowInfo(name).contains(QLatin1String("IsViewable"));
     }
     bool panelMapped() { return mapped(QStringLiteral("Kelp Main")); }
-    QRect panel()
-    {
-        const QString info = windowInfo(QStringLiteral("Kelp Main"));
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        return QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
-                     number("Width"), number("Height"));
-    }
+    QRect panel() { return parseWindowInfo(windowInfo(QStringLiteral("Kelp Main"))).rect; }
     QRect settledPanel()
     {
-        QRect last;
-        int same = 0;
-        waitUntil(
-            [&] {
-                const QRect now = panel();
-                same = now == last ? same + 1 : 0;
-                last = now;
-                QTest::qWait(200);
-                return same >= 3;
-            },
-            10000);
-        return last;
+        return settledRect([this] { return panel(); }, 10000);
     }
     // Kelp's windows on screen: the panel, and a menu when one is open.
     int kelpWindowsShown()

@@ -17,12 +17,6 @@ using namespace kelp::test;
 
 namespace {
 
-struct Geometry
-{
-    bool mapped = false;
-    QRect rect;
-};
-
 class Preferences : public ::testing::Test
 {
 protected:
@@ -82,11 +76,7 @@ protected:
 
     QString run(const QString &tool, const QStringList &args)
     {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(20000);
-        return QString::fromUtf8(p.readAllStandardOutput());
+        return runTool(env, tool, args, 20000);
     }
     QString xdo(const QStringList &args) { return run(QStringLiteral("xdotool"), args); }
     // Keys typed into the window that has the focus, with a moment between them.
@@ -98,37 +88,17 @@ protected:
         }
     }
 
-    Geometry window(const QString &name)
+    WindowGeometry window(const QString &name)
     {
-        const QString info = run(QStringLiteral("xwininfo"), {QStringLiteral("-name"), name});
-        Geometry g;
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        g.mapped = info.contains(QLatin1String("IsViewable"));
-        g.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
-                       number("Width"), number("Height"));
-        return g;
+        return windowGeometry(env, {QStringLiteral("-name"), name});
     }
-    Geometry panel() { return window(QStringLiteral("Kelp Main")); }
-    Geometry prefs() { return window(QStringLiteral("Kelp Preferences")); }
+    WindowGeometry panel() { return window(QStringLiteral("Kelp Main")); }
+    WindowGeometry prefs() { return window(QStringLiteral("Kelp Preferences")); }
 
     // The panel fits itself to the catalogue as it fills: wait until it keeps one size.
     QRect settledPanel()
     {
-        QRect last;
-        int same = 0;
-        waitUntil(
-            [&] {
-                const QRect now = panel().rect;
-                same = now == last ? same + 1 : 0;
-                last = now;
-                QTest::qWait(200);
-                return same >= 3;
-            },
-            15000);
-        return last;
+        return settledRect([this] { return panel().rect; }, 15000);
     }
 
     QString settingsFile()

@@ -13,12 +13,6 @@ using namespace kelp::test;
 
 namespace {
 
-struct Geometry
-{
-    bool mapped = false;
-    QRect rect;
-};
-
 class KelpWindows : public ::testing::Test
 {
 protected:
@@ -64,14 +58,7 @@ protected:
         return p.waitForFinished(20000) ? p.exitCode() : -1;
     }
 
-    QString x(const QString &tool, const QStringList &args)
-    {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(10000);
-        return QString::fromUtf8(p.readAllStandardOutput());
-    }
+    QString x(const QString &tool, const QStringList &args) { return runTool(env, tool, args); }
 
     QStringList windowsNamed(const QString &pattern)
     {
@@ -81,20 +68,11 @@ protected:
             .split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
 
-    Geometry window(const QString &pattern)
+    WindowGeometry window(const QString &pattern)
     {
         const QStringList ids = windowsNamed(pattern);
-        Geometry g;
-        if (ids.isEmpty()) return g;
-        const QString info = x(QStringLiteral("xwininfo"), {QStringLiteral("-id"), ids.first()});
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        g.mapped = info.contains(QLatin1String("IsViewable"));
-        g.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
-                       number("Width"), number("Height"));
-        return g;
+        if (ids.isEmpty()) return {};
+        return windowGeometry(env, {QStringLiteral("-id"), ids.first()});
     }
 
     QImage shot(const QRect &r)

@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
+#include <QRect>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -174,6 +176,65 @@ inline bool writeScanSettings(const QString &home, const QByteArray &more = {})
                          "<key>searchDirectories</key><array><dict><key>path</key><string>" +
                          (home + QStringLiteral("/data/applications")).toUtf8() +
                          "</string></dict></array></dict></plist>");
+}
+
+// Runs a program in `env` and gives what it printed on its standard output within the time.
+inline QString runTool(const QProcessEnvironment &env, const QString &program,
+                       const QStringList &args, int timeoutMs = 10000)
+{
+    QProcess p;
+    p.setProcessEnvironment(env);
+    p.start(program, args);
+    p.waitForFinished(timeoutMs);
+    return QString::fromUtf8(p.readAllStandardOutput());
+}
+
+// A window as xwininfo describes it: whether it shows, and where on the screen.
+struct WindowGeometry
+{
+    bool mapped = false;
+    QRect rect;
+};
+
+inline int windowInfoNumber(const QString &info, const char *label)
+{
+    const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
+    return re.match(info).captured(1).toInt();
+}
+
+// xwininfo's output read into a geometry.
+inline WindowGeometry parseWindowInfo(const QString &info)
+{
+    WindowGeometry g;
+    g.mapped = info.contains(QLatin1String("IsViewable"));
+    g.rect = QRect(windowInfoNumber(info, "Absolute upper-left X"),
+                   windowInfoNumber(info, "Absolute upper-left Y"), windowInfoNumber(info, "Width"),
+                   windowInfoNumber(info, "Height"));
+    return g;
+}
+
+// The window xwininfo finds with `args` (-name NAME, or -id ID).
+inline WindowGeometry windowGeometry(const QProcessEnvironment &env, const QStringList &args)
+{
+    return parseWindowInfo(runTool(env, QStringLiteral("xwininfo"), args));
+}
+
+// A window that fits itself to what it shows, once it keeps one size: waits until `current`
+// gives the same rectangle three times in a row, 200 ms apart, and gives that rectangle.
+inline QRect settledRect(const std::function<QRect()> &current, int timeoutMs)
+{
+    QRect last;
+    int same = 0;
+    waitUntil(
+        [&] {
+            const QRect now = current();
+            same = now == last ? same + 1 : 0;
+            last = now;
+            QTest::qWait(200);
+            return same >= 3;
+        },
+        timeoutMs);
+    return last;
 }
 
 } // namespace kelp::test

@@ -91,14 +91,7 @@ protected:
         return _log;
     }
 
-    QString run(const QString &tool, const QStringList &args)
-    {
-        QProcess p;
-        p.setProcessEnvironment(env);
-        p.start(tool, args);
-        p.waitForFinished(10000);
-        return QString::fromUtf8(p.readAllStandardOutput());
-    }
+    QString run(const QString &tool, const QStringList &args) { return runTool(env, tool, args); }
     QString xdo(const QStringList &args) { return run(QStringLiteral("xdotool"), args); }
     // Moves the pointer on by (dx, dy) as a mouse does: relative motion.
     void nudge(int dx, int dy)
@@ -119,13 +112,9 @@ protected:
             run(QStringLiteral("xwininfo"),
                 {QStringLiteral("-stats"), QStringLiteral("-tree"), QStringLiteral("-name"), name});
         WindowState w;
-        auto number = [&](const char *label) {
-            const QRegularExpression re(QLatin1String(label) + QStringLiteral(":\\s+(-?\\d+)"));
-            return re.match(info).captured(1).toInt();
-        };
-        w.mapped = info.contains(QLatin1String("IsViewable"));
-        w.rect = QRect(number("Absolute upper-left X"), number("Absolute upper-left Y"),
-                       number("Width"), number("Height"));
+        const WindowGeometry g = parseWindowInfo(info);
+        w.mapped = g.mapped;
+        w.rect = g.rect;
         const QRegularExpression parent(QStringLiteral("Parent window id: (\\S+)"));
         w.parentLine = parent.match(info).captured(1);
         return w;
