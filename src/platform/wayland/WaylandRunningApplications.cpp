@@ -2,7 +2,6 @@
 
 #include "extras/Logging.h"
 #include "platform/ProcessFacts.h"
-#include "platform/gio/GioDesktopEntry.h"
 #include "platform/wayland/WaylandClientDisplay.h"
 
 #include <QCoreApplication>
@@ -197,7 +196,10 @@ WaylandRunningApplications::WaylandRunningApplications(
     std::shared_ptr<WaylandClientDisplay> display, QObject *parent)
     : RunningApplications(parent), _display(std::move(display))
 {
-    _pool.setMaxThreadCount(1);
+    connect(&_index, &DesktopEntryIndex::ready, this, [this] {
+        regroup();
+        Q_EMIT matchingChanged();
+    });
     if (!_display) return;
     static constexpr wl_registry_listener registryListener = {onGlobal, onGlobalRemove};
     _registry = wl_display_get_registry(_display->display());
@@ -240,8 +242,6 @@ WaylandRunningApplications::WaylandRunningApplications(
 
 WaylandRunningApplications::~WaylandRunningApplications()
 {
-    // The entry reader posts to this object.
-    _pool.waitForDone();
     if (!_display || _display->isGone()) return;
     for (const auto &toplevel : _toplevels) {
         if (toplevel->wlr) zwlr_foreign_toplevel_handle_v1_destroy(toplevel->wlr);
@@ -361,7 +361,7 @@ WindowFacts WaylandRunningApplications::factsOf(const Toplevel &toplevel) const
 QString WaylandRunningApplications::pathOf(const Toplevel &toplevel) const
 {
     const WindowFacts facts = factsOf(toplevel);
-    const QString path = matchWindow(facts, _entries);
+    const QString path = matchWindow(facts, _index.entries());
     if (!path.isEmpty()) return path;
     return facts.executable.isEmpty() ? facts.unclaimedPath : facts.executable;
 }
@@ -372,7 +372,7 @@ void WaylandRunningApplications::regroup()
     for (const auto &toplevel : _toplevels) {
         if (toplevel->counted) windows.append(factsOf(*toplevel));
     }
-    QList<RunningApp> apps = keepLaunchOrder(groupWindows(windows, _entries), _launchOrder);
+    QList<RunningApp> apps = keepLaunchOrder(groupWindows(windows, _index.entries()), _launchOrder);
     for (RunningApp &app : apps) {
         if (app.matched || app.windows.isEmpty()) continue;
         const Toplevel *first = toplevelById(app.windows.first());
@@ -422,27 +422,7 @@ QString WaylandRunningApplications::pathForPid(qint64 pid) const
 
 void WaylandRunningApplications::setKnownApplications(const QStringList &paths)
 {
-    if (paths == _knownPaths) return;
-    _knownPaths = paths;
-    const quint64 generation = ++_indexGeneration;
-    // Reading hundreds of desktop entries is disk work: off the GUI thread.
-    _pool.start([this, paths, generation]() {
-        QList<EntryFacts> entries;
-        entries.reserve(paths.size());
-        for (const QString &p : paths) {
-            if (p.endsWith(QLatin1String(".desktop"))) entries.append(readEntryFacts(p));
-        }
-        QMetaObject::invokeMethod(
-            this,
-            [this, entries, generation]() {
-                if (generation != _indexGeneration) return;
-                _indexReady = generation;
-                _entries = entries;
-                regroup();
-                Q_EMIT matchingChanged();
-            },
-            Qt::QueuedConnection);
-    });
+    _index.setPaths(paths);
 }
 
 // --- Window operations -----------------------------------------------------------------------

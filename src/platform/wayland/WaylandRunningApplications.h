@@ -13,8 +13,7 @@
 // or changes.
 #include "desktop/RunningApplications.h"
 #include "desktop/WindowMatching.h"
-
-#include <QThreadPool>
+#include "platform/gio/DesktopEntryIndex.h"
 
 #include <memory>
 #include <vector>
@@ -49,7 +48,7 @@ public:
     QString activeApplicationPath() const override { return _activePath; }
     QString pathForPid(qint64 pid) const override;
     void setKnownApplications(const QStringList &paths) override;
-    bool isMatchingPending() const override { return _indexGeneration != _indexReady; }
+    bool isMatchingPending() const override { return _index.isPending(); }
     bool isShared() const override { return isAvailable(); }
 
     // Window operations for the window control; unknown toplevels are ignored.
@@ -110,11 +109,7 @@ private:
     QStringList _launchOrder;
     QString _activePath;
 
-    QStringList _knownPaths;
-    QList<EntryFacts> _entries;
-    quint64 _indexGeneration = 0;
-    quint64 _indexReady = 0;
-    QThreadPool _pool;
+    DesktopEntryIndex _index;
 };
 
 } // namespace kelp

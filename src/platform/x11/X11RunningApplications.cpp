@@ -2,7 +2,6 @@
 
 #include "extras/Logging.h"
 #include "platform/ProcessFacts.h"
-#include "platform/gio/GioDesktopEntry.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -53,7 +52,10 @@ bool containsAtom(const xcb_ewmh_get_atoms_reply_t &atoms, xcb_atom_t atom)
 X11RunningApplications::X11RunningApplications(const QByteArray &displayName, QObject *parent)
     : RunningApplications(parent), _x(std::make_unique<Connection>())
 {
-    _pool.setMaxThreadCount(1);
+    connect(&_index, &DesktopEntryIndex::ready, this, [this] {
+        regroup();
+        Q_EMIT matchingChanged();
+    });
     _x->conn = xcb_connect(displayName.isEmpty() ? nullptr : displayName.constData(), &_x->screen);
     if (!_x->conn || xcb_connection_has_error(_x->conn)) {
         qCWarning(lcPlatform).noquote()
@@ -85,11 +87,7 @@ X11RunningApplications::X11RunningApplications(const QByteArray &displayName, QO
     refreshActiveWindow();
 }
 
-X11RunningApplications::~X11RunningApplications()
-{
-    // The entry reader posts to this object.
-    _pool.waitForDone();
-}
+X11RunningApplications::~X11RunningApplications() = default;
 
 // --- Events ---------------------------------------------------------------------------------
 
@@ -315,7 +313,7 @@ void X11RunningApplications::regroup()
         if (found == _facts.cend()) continue;
         windows.append(*found);
         if (found->regular && found->executable.isEmpty() && !_reported.contains(w) &&
-            matchWindow(*found, _entries).isEmpty()) {
+            matchWindow(*found, _index.entries()).isEmpty()) {
             _reported.insert(w);
             qCInfo(lcPlatform).noquote()
                 << QStringLiteral("Window 0x%1 (class \"%2\") names no process and matches no "
@@ -324,7 +322,7 @@ void X11RunningApplications::regroup()
                        .arg(found->wmClass);
         }
     }
-    QList<RunningApp> apps = keepLaunchOrder(groupWindows(windows, _entries), _launchOrder);
+    QList<RunningApp> apps = keepLaunchOrder(groupWindows(windows, _index.entries()), _launchOrder);
     for (RunningApp &app : apps) {
         if (!app.matched && !app.windows.isEmpty()) app.icon = windowIcon(app.windows.first());
     }
@@ -361,7 +359,7 @@ QString X11RunningApplications::pathForWindow(quint32 window)
     }
     const WindowFacts facts = _facts.value(window);
     if (!_clients.contains(window)) _facts.remove(window);
-    const QString path = matchWindow(facts, _entries);
+    const QString path = matchWindow(facts, _index.entries());
     return path.isEmpty() ? facts.executable : path;
 }
 
@@ -374,33 +372,13 @@ QString X11RunningApplications::pathForPid(qint64 pid) const
     WindowFacts facts;
     facts.pid = pid;
     readProcessFacts(pid, facts);
-    const QString path = matchWindow(facts, _entries);
+    const QString path = matchWindow(facts, _index.entries());
     return path.isEmpty() ? facts.executable : path;
 }
 
 void X11RunningApplications::setKnownApplications(const QStringList &paths)
 {
-    if (paths == _knownPaths) return;
-    _knownPaths = paths;
-    const quint64 generation = ++_indexGeneration;
-    // Reading hundreds of desktop entries is disk work: off the GUI thread.
-    _pool.start([this, paths, generation]() {
-        QList<EntryFacts> entries;
-        entries.reserve(paths.size());
-        for (const QString &p : paths) {
-            if (p.endsWith(QLatin1String(".desktop"))) entries.append(readEntryFacts(p));
-        }
-        QMetaObject::invokeMethod(
-            this,
-            [this, entries, generation]() {
-                if (generation != _indexGeneration) return;
-                _indexReady = generation;
-                _entries = entries;
-                regroup();
-                Q_EMIT matchingChanged();
-            },
-            Qt::QueuedConnection);
-    });
+    _index.setPaths(paths);
 }
 
 // --- Window operations ----------------------------------------------------------------------

@@ -7,10 +7,10 @@
 // facts (process, class, GIO launch record, executable) are read once, when it first appears.
 #include "desktop/RunningApplications.h"
 #include "desktop/WindowMatching.h"
+#include "platform/gio/DesktopEntryIndex.h"
 
 #include <QHash>
 #include <QSet>
-#include <QThreadPool>
 
 #include <memory>
 
@@ -32,7 +32,7 @@ public:
     QString activeApplicationPath() const override { return _activePath; }
     QString pathForPid(qint64 pid) const override;
     void setKnownApplications(const QStringList &paths) override;
-    bool isMatchingPending() const override { return _indexGeneration != _indexReady; }
+    bool isMatchingPending() const override { return _index.isPending(); }
 
     // Window operations for the actions; unknown windows are ignored.
     QList<quint32> windowsForPath(const QString &path) const;
@@ -70,11 +70,7 @@ private:
     quint32 _activeWindow = 0;
     QString _activePath;
 
-    QStringList _knownPaths;
-    QList<EntryFacts> _entries;
-    quint64 _indexGeneration = 0;
-    quint64 _indexReady = 0;
-    QThreadPool _pool;
+    DesktopEntryIndex _index;
 };
 
 } // namespace kelp
