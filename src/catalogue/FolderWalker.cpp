@@ -76,7 +76,7 @@ qint64 modificationTimeMs(const QString &path)
 int FolderWalker::clampDepth(qint64 setting)
 {
     if (setting < 1) return 1;
-    if (setting >= 100) return 99;
+    if (setting > kDeepestScan) return kDeepestScan;
     return static_cast<int>(setting);
 }
 

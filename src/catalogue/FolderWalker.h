@@ -50,7 +50,9 @@ public:
     // A folder as the file system knows it: device and inode.
     using FolderId = std::pair<quint64, quint64>;
 
-    // The depth limit as the settings give it: below 1 means 1, 100 or more means 99.
+    // The depth limit as the settings give it: below 1 means 1, more than the deepest means the
+    // deepest.
+    static constexpr int kDeepestScan = 99;
     static int clampDepth(qint64 setting);
 
     FolderWalker(const AppsOnDisk &appsOnDisk, QStringList scanFolders, int maxDepth);

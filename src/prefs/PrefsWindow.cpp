@@ -1,5 +1,6 @@
 #include "prefs/PrefsWindow.h"
 
+#include "catalogue/FolderWalker.h"
 #include "desktop/Desktop.h"
 #include "desktop/FileTypeApps.h"
 #include "desktop/HotKeys.h"
@@ -11,6 +12,7 @@
 #include "settings/ValueTransformers.h"
 #include "triggers/KeyTable.h"
 #include "triggers/VirtualKeys.h"
+#include "window/IconGridLayout.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -38,12 +40,12 @@ namespace kelp {
 
 namespace {
 
-// The limits Kelp applies when it reads these settings (window/IconGridLayout,
-// catalogue/FolderWalker, window/PanelColours).
-constexpr int kLargestIconSize = 128;
-constexpr int kSmallestPadding = 2, kLargestPadding = 8;
-constexpr int kLargestSpacing = 8;
-constexpr int kLargestScanDepth = 99;
+// The limits Kelp applies when it reads these settings.
+constexpr int kLargestIconSize = GridSettings::kLargestIconSize;
+constexpr int kSmallestPadding = GridSettings::kSmallestPadding;
+constexpr int kLargestPadding = GridSettings::kLargestPadding;
+constexpr int kLargestSpacing = GridSettings::kLargestSpacing;
+constexpr int kLargestScanDepth = FolderWalker::kDeepestScan;
 
 // A label for a control, which also names the control for screen readers.
 QLabel *labelFor(const QString &text, QWidget *control, QWidget *parent)

@@ -41,10 +41,10 @@ const IconGridLayout::CellInfo kEmptyCell{};
 GridSettings GridSettings::clamped() const
 {
     GridSettings s = *this;
-    // Icons narrower than a point cannot be drawn; anything larger than 128 is shown at 128.
-    s.maximumIconSize = std::clamp(maximumIconSize, 1, 128);
-    s.iconPadding = std::clamp(iconPadding, 2, 8);
-    s.iconSpacing = std::clamp(iconSpacing, 0, 8);
+    // Icons narrower than a point cannot be drawn; anything larger than the largest is shown at it.
+    s.maximumIconSize = std::clamp(maximumIconSize, 1, kLargestIconSize);
+    s.iconPadding = std::clamp(iconPadding, kSmallestPadding, kLargestPadding);
+    s.iconSpacing = std::clamp(iconSpacing, 0, kLargestSpacing);
     return s;
 }
 

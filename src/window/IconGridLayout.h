@@ -62,9 +62,14 @@ struct GridSettings
     // 1: across the rows; 2: down the columns; 0: the orientation's natural order.
     int iconReadingOrder = 1;
     bool minimizeEmptyCells = false;
-    int maximumIconSize = 64; // at most 128
-    int iconPadding = 2;      // 2 to 8
-    int iconSpacing = 0;      // 0 to 8
+    int maximumIconSize = 64;
+    int iconPadding = 2;
+    int iconSpacing = 0;
+
+    // The limits clamped() keeps the sizes within (the preferences offer the same).
+    static constexpr int kLargestIconSize = 128;
+    static constexpr int kSmallestPadding = 2, kLargestPadding = 8;
+    static constexpr int kLargestSpacing = 8;
 
     GridSettings clamped() const;
 };

@@ -3,7 +3,6 @@
 #include "extras/Logging.h"
 #include "platform/wayland/WaylandSession.h"
 
-#include <QCoreApplication>
 #include <QSocketNotifier>
 
 #include <wayland-client.h>
@@ -46,8 +45,7 @@ WaylandClientDisplay::~WaylandClientDisplay()
 
 bool WaylandClientDisplay::isGone() const
 {
-    // Qt disconnects its display when the application object goes.
-    return !_owned && !QCoreApplication::instance();
+    return !_owned && !WaylandSession::isConnectionOpen();
 }
 
 void WaylandClientDisplay::flush()
