@@ -40,7 +40,14 @@ TQController::TQController(TQAppManager &catalogue, TQWindow &panel, Defaults &d
     _focusLossTimer.setSingleShot(true);
     _focusLossTimer.setInterval(kFocusLossGraceMs);
     connect(&_focusLossTimer, &QTimer::timeout, this, [this]() {
-        if (!_active) applicationWillResignActive();
+        if (_active) return;
+        // The panel asked for the keyboard and the window manager has not given it yet (a busy
+        // one can take a while): a loss seen meanwhile is left over from before that show.
+        if (_keyboardAsked.isValid() && _keyboardAsked.elapsed() < kKeyboardWaitMs) {
+            _focusLossTimer.start();
+            return;
+        }
+        applicationWillResignActive();
     });
     if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
         _active = app->applicationState() == Qt::ApplicationActive;
@@ -128,10 +135,14 @@ void TQController::showHideMainWindow()
                         << (isActive() ? "Kelp active," : "Kelp inactive,")
                         << (_panel.hasBeenMoved() ? "moved" : "in place");
     if (isActive()) {
-        if (!visible)
+        if (!visible) {
+            // Kelp still counts as active when the focus-out of the last hide has not arrived
+            // yet; the panel asks for the keyboard all the same.
+            askForKeyboard();
             applicationOpenUntitledFile();
-        else
+        } else {
             explicitHideMainWindow();
+        }
     } else {
         if (!visible) {
             activate();
@@ -147,9 +158,16 @@ void TQController::showHideMainWindow()
 
 void TQController::activate()
 {
-    if (isActive() || _panel.isNonActivating()) return;
+    if (isActive()) return;
+    askForKeyboard();
+}
+
+void TQController::askForKeyboard()
+{
+    if (_panel.isNonActivating()) return;
     _panel.QWidget::raise();
     _panel.activateWindow();
+    _keyboardAsked.start();
 }
 
 void TQController::deactivate()
@@ -211,6 +229,7 @@ void TQController::applicationStateChanged(Qt::ApplicationState state)
                         << "with the panel" << (mainWindowIsVisible() ? "shown" : "hidden");
     if (active) {
         _focusLossTimer.stop();
+        _keyboardAsked.invalidate();
         applicationWillBecomeActive();
         _active = true;
         applicationDidBecomeActive();

@@ -8,6 +8,7 @@
 #include "prefs/PrefsWindow.h"
 
 #include <QDateTime>
+#include <QElapsedTimer>
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
@@ -47,6 +48,8 @@ public:
     bool mainWindowIsVisible() const;
     // Brings Kelp to the front (not for a non-activating panel).
     void activate();
+    // Raises the panel and asks the window manager to give it the keyboard.
+    void askForKeyboard();
     // Gives the front back to the application that had it before Kelp.
     void deactivate();
     bool isActive() const;
@@ -56,6 +59,8 @@ public:
     bool isWindowCloseTimerPending() const { return _windowCloseTimer.isActive(); }
     // How long Kelp must stay inactive before that counts as the user leaving it.
     static constexpr int kFocusLossGraceMs = 100;
+    // How long a panel that asked for the keyboard waits for it before a focus loss counts.
+    static constexpr int kKeyboardWaitMs = 1000;
     void mainWindowUnusedAndShouldBeHidden();
 
     // --- Application life ---------------------------------------------------------------------
@@ -131,7 +136,8 @@ private:
     PrefsHooks _prefsHooks;
     QPointer<PrefsWindow> _prefWindow;
     QTimer _windowCloseTimer;
-    QTimer _focusLossTimer; // a focus loss counts once it has lasted this long
+    QTimer _focusLossTimer;       // a focus loss counts once it has lasted this long
+    QElapsedTimer _keyboardAsked; // since the panel last asked for the keyboard, until it has it
     QDateTime _didBecomeActiveDate;
     bool _finishedLaunching = false;
     bool _active = false;

@@ -116,6 +116,25 @@ TEST_F(Controller, AMomentaryFocusLossDoesNotHideThePanel)
     EXPECT_TRUE(test::waitUntil([&] { return !controller->mainWindowIsVisible(); }, 3000));
 }
 
+TEST_F(Controller, AFocusLossLeftOverFromAHideDoesNotHideTheNextShow)
+{
+    controller->applicationStateChanged(Qt::ApplicationActive);
+    controller->applicationDidFinishLaunching();
+    ASSERT_TRUE(controller->mainWindowIsVisible());
+    controller->showHideMainWindow(); // active, visible: the explicit hide
+    ASSERT_TRUE(test::waitUntil([&] { return !controller->mainWindowIsVisible(); }, 3000));
+    // Shown again before the hide's focus-out arrived, which a busy window manager delivers late.
+    controller->showHideMainWindow();
+    ASSERT_TRUE(controller->mainWindowIsVisible());
+    controller->applicationStateChanged(Qt::ApplicationInactive);
+    QTest::qWait(3 * TQController::kFocusLossGraceMs);
+    EXPECT_TRUE(controller->mainWindowIsVisible()) << "it waits for the keyboard it asked for";
+    controller->applicationStateChanged(Qt::ApplicationActive);
+    controller->applicationStateChanged(Qt::ApplicationInactive);
+    EXPECT_TRUE(test::waitUntil([&] { return !controller->mainWindowIsVisible(); }, 3000))
+        << "once it had the keyboard, losing it hides the panel";
+}
+
 TEST_F(Controller, AMovedPanelWaitsBeforeHiding)
 {
     controller->applicationStateChanged(Qt::ApplicationActive);

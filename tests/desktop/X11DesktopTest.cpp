@@ -11,6 +11,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLoggingCategory>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
@@ -33,6 +34,8 @@ protected:
         QString why;
         if (!XSession::instance().start(&why)) GTEST_SKIP() << why.toStdString();
         CatalogueFixture::SetUp();
+        // The window list as Kelp reads it, for the log of a test that fails.
+        QLoggingCategory::setFilterRules(QStringLiteral("kelp.platform.debug=true"));
         apps = home.filePath(QStringLiteral("data/applications"));
         const Desktop services = makeDesktop(QStringLiteral("xcb"));
         ASSERT_TRUE(services.windowControl) << "no connection to the X server";

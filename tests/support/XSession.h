@@ -15,6 +15,7 @@
 #include <xcb/xcb.h>
 
 #include <cstdlib>
+#include <initializer_list>
 
 namespace kelp::test {
 
@@ -102,6 +103,18 @@ public:
         }
         return true;
     }
+    // Starts the display if need be and checks that the tools a test drives it with are installed;
+    // empty when all is ready, else why the test is skipped.
+    QString whyNotReady(const QString &screen, std::initializer_list<const char *> tools)
+    {
+        QString why;
+        if (!start(&why, screen)) return why;
+        for (const char *tool : tools)
+            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
+                return QStringLiteral("%1 is not installed").arg(QLatin1String(tool));
+        return {};
+    }
+
     ~XSession()
     {
         // The X clients still around end with their server.
@@ -160,6 +173,8 @@ inline QProcessEnvironment displayHomeEnvironment(const QString &home)
     env.insert(QStringLiteral("DISPLAY"), XSession::instance().display);
     env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    // Shows, hides, focus changes and launches, for the log of a test that fails.
+    env.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("kelp.platform.debug=true"));
     return env;
 }
 

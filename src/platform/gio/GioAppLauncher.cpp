@@ -117,6 +117,7 @@ QString GioAppLauncher::contentTypeForURL(const QUrl &item)
 
 LaunchResult GioAppLauncher::launch(const QString &path, const QList<QUrl> &items)
 {
+    qCDebug(lcPlatform).noquote() << "Launching" << path << "with" << items.size() << "items";
     const QFileInfo file(path);
     if (!file.exists()) return {LaunchResult::Missing, QStringLiteral("the file is gone")};
 
