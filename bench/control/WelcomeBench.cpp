@@ -73,12 +73,3 @@ void BM_WelcomeWindowOpened(benchmark::State &state)
 BENCHMARK(BM_WelcomeWindowOpened)->Unit(benchmark::kMillisecond);
 
 } // namespace
-
-int main(int argc, char **argv)
-{
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -8,7 +8,6 @@
 #include "window/TQStatsControl.h"
 #include "window/TQWindow.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QPainter>
 #include <QTemporaryDir>
@@ -118,13 +117,3 @@ void BM_PanelFitsNewViewSize(benchmark::State &state)
 BENCHMARK(BM_PanelFitsNewViewSize);
 
 } // namespace
-
-int main(int argc, char **argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -10,7 +10,6 @@
 #include "settings/RegisteredDefaults.h"
 #include "window/TQIconView.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QKeyEvent>
 #include <QPainter>
@@ -148,14 +147,3 @@ void BM_PointerHitTest(benchmark::State &state)
 BENCHMARK(BM_PointerHitTest)->Unit(benchmark::kNanosecond);
 
 } // namespace
-
-int main(int argc, char **argv)
-{
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -27,12 +27,10 @@ class Drag : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(QStringLiteral("1280x800x24"),
+                                                                 {"xdotool", "xwininfo"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         for (const char *name : {"alpha", "beta", "gamma"})
             ASSERT_TRUE(writeFile(entry(QLatin1String(name)),

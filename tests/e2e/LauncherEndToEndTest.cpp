@@ -21,12 +21,10 @@ class Launcher : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(
+                QStringLiteral("1280x800x24"), {"xdotool", "xwininfo", "import", "xclock"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo", "import", "xclock"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         // The only application Kelp finds: a real clock, under a name whose letters are known.
         ASSERT_TRUE(

@@ -64,13 +64,12 @@ protected:
 
     void SetUp() override
     {
-        QString why;
         XSession::instance().openboxOwnSettings = true;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(
+                QStringLiteral("1280x800x24"),
+                {"xdotool", "xwininfo", "import", "xclock", "xsetroot"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo", "import", "xclock", "xsetroot"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         // Two applications: a terminal (sorted first) and a clock, each a real program.
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),

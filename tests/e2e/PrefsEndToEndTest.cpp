@@ -22,12 +22,10 @@ class Preferences : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(QStringLiteral("1280x800x24"),
+                                                                 {"xdotool", "xwininfo", "import"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo", "import"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         for (const char *name : {"Zebra Clock", "Yak Clock", "Xylophone Clock"}) {
             const QString file = QString::fromUtf8(name).toLower().replace(u' ', u'-');

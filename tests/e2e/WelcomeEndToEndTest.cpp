@@ -19,12 +19,10 @@ protected:
     void SetUp() override
     {
         XSession::instance().openboxOwnSettings = true;
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1024x768x24")))
+        if (const QString why = XSession::instance().whyNotReady(QStringLiteral("1024x768x24"),
+                                                                 {"xdotool", "xwininfo", "import"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo", "import"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/term.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"));

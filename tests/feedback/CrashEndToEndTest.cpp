@@ -22,12 +22,10 @@ class CrashEndToEnd : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(QStringLiteral("1280x800x24"),
+                                                                 {"xdotool", "xwininfo"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/terminal.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Terminal\nExec=xterm\n"));

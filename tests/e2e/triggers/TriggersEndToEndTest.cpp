@@ -39,12 +39,10 @@ class Triggers : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QString why;
-        if (!XSession::instance().start(&why, QStringLiteral("1280x800x24")))
+        if (const QString why = XSession::instance().whyNotReady(QStringLiteral("1280x800x24"),
+                                                                 {"xdotool", "xwininfo"});
+            !why.isEmpty())
             GTEST_SKIP() << qPrintable(why);
-        for (const char *tool : {"xdotool", "xwininfo"})
-            if (QStandardPaths::findExecutable(QLatin1String(tool)).isEmpty())
-                GTEST_SKIP() << tool << " is not installed";
         ASSERT_TRUE(home.isValid());
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/clock.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Zebra Clock\n"
