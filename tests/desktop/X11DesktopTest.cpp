@@ -277,7 +277,12 @@ TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
     xcb_flush(c);
 
     ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{tool}; }))
-        << group0().join(' ').toStdString();
+        << group0().join(' ').toStdString() << "\nopenbox "
+        << (XSession::instance().openbox.state() == QProcess::Running ? "runs" : "has ended")
+        << "; the window manager's client list: "
+        << runTool(QProcessEnvironment::systemEnvironment(), QStringLiteral("xprop"),
+                   {QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST")})
+               .toStdString();
     // The window list settles; nothing else shows up.
     QTest::qWait(200);
     EXPECT_EQ(group0(), QStringList{tool});
