@@ -37,6 +37,9 @@ public:
     // The session of Qt's connection, made on first use (GUI thread); null when Qt is not on
     // Wayland or gives no wl_display.
     static WaylandSession *instance();
+    // Frees the session (its registry, queue and display wrapper) while Qt's connection is still
+    // open; instance() is null from then on.
+    static void release();
 
     wl_display *display() const { return _display; }
     const std::vector<WaylandGlobal> &globals() const { return _globals; }
