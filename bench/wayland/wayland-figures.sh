@@ -144,9 +144,8 @@ for i in $(seq 1 "$rounds"); do
     if [ -n "$mapped" ] && [ -n "$grouped" ]; then
         awk -v g="$grouped" -v m="$mapped" 'BEGIN {printf "%.3f\n", g - m * 1000}' >> "$work/map-to-group"
     fi
-    kill "$wpid" 2>/dev/null || true
+    kill "$wpid" 2>/dev/null || true # runuser hands the signal on to the window
     wait "$wpid" 2>/dev/null || true
-    pkill -u "${user:-$(id -un)}" -f "^$window #336699 $id\$" 2>/dev/null || true
     sleep 0.3
 done
 echo "(b) a new toplevel mapped (sway's IPC) to Kelp's running group holding it:"
