@@ -59,6 +59,7 @@ default_border none
 focus_follows_mouse no
 bindsym Ctrl+Alt+k exec $work/toggle.sh
 EOF
+: > "$work/bound" # written by the binding, as the user
 [ -z "$user" ] || chown -R "$user:" "$work"
 
 uenv=(HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data"
@@ -97,7 +98,6 @@ painted_count() { grep -c "panel painted" "$work/kelp.log" || true; }
 wall_of_line() { sed -n "$1p" | sed 's/.*wall clock \([0-9.]*\) ms.*/\1/'; }
 
 # (a) Each round shows the panel (timed), then hides it again.
-: > "$work/bound"
 : > "$work/press-to-paint"
 : > "$work/bound-to-paint"
 for _ in $(seq 1 "$rounds"); do
