@@ -5,6 +5,7 @@
 #include "desktop/AppLauncher.h"
 #include "desktop/Desktop.h"
 #include "desktop/RunningApplications.h"
+#include "extras/Timing.h"
 #include "settings/Defaults.h"
 
 #include <QCoreApplication>
@@ -122,6 +123,12 @@ void RunningGroup::rebuild()
     _frontApps.removeIf(
         [this](const TQAppPtr &app) { return indexOfPath(_apps, app->path()) < 0; });
     Q_EMIT changed();
+    if (lcTiming().isDebugEnabled()) {
+        QStringList paths;
+        for (const TQAppPtr &app : std::as_const(_apps))
+            paths.append(app->path());
+        timing::runningGroupRebuilt(paths);
+    }
 }
 
 void RunningGroup::sort()

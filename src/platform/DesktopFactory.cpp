@@ -48,6 +48,7 @@ bool addWayland(Desktop &services)
 {
     WaylandSession *session = WaylandSession::instance();
     if (!session) return false;
+    freeWaylandBeforeQtDisconnects();
     QStringList offered;
     for (const char *name :
          {"zwlr_layer_shell_v1", "xdg_activation_v1", "zwlr_foreign_toplevel_manager_v1",

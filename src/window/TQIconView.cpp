@@ -544,6 +544,14 @@ void TQIconView::wheelEvent(QWheelEvent *event)
 void TQIconView::launchApp(const TQAppPtr &app, const TQApp::DroppedItems *items)
 {
     if (!app) return;
+    // A running application is brought to the front rather than started again (a second copy of
+    // most programs is a second window, not the one the user had). This also covers stand-ins for
+    // programs no entry claims, which have no file to start. Dropped items always go to a launch.
+    if (!items && isRunning(app) && app->activate()) {
+        qCDebug(lcWindow).noquote() << "Activated the running application" << app->path();
+        Q_EMIT appLaunched(app);
+        return;
+    }
     if (!app->isPathValid()) {
         if (_groupShown == Group::User || _groupShown == Group::User1D)
             _catalogue.locateUserApps();

@@ -443,21 +443,43 @@ qint64 WaylandRunningApplications::pidForPath(const QString &path) const
     return 0;
 }
 
-void WaylandRunningApplications::activateWindows(const QList<quint32> &windows)
+bool WaylandRunningApplications::activateWindows(const QList<quint32> &windows)
 {
+    // Which request brings another program's window forward depends on the compositor:
+    //  - wlroots compositors (sway) honour the toplevel's activate on a seat: sway looks the seat
+    //    up among its own and, when found, focuses the window (switching to its workspace). The
+    //    seat is the wl_seat Kelp bound on this connection from the compositor's own list; a seat
+    //    of another connection (Qt's, when this is a connection of Kelp's own) or one the
+    //    compositor withdrew would be ignored or be a protocol error, so without a seat of its
+    //    own Kelp sends nothing and says so.
+    //  - xdg_activation_v1 is no way to bring another program forward: the compositor honours a
+    //    token only from the client whose surface is to be activated. Kelp hands tokens to the
+    //    programs it starts (GioAppLauncher), which present them for their first window; a
+    //    program that is already running has no way to receive one from Kelp.
+    //  - KWin honours the plasma window's active state.
     // Last to first, so the application's first window ends up in front; the compositor brings
     // minimised ones back.
+    bool sent = false;
     for (auto it = windows.crbegin(); it != windows.crend(); ++it) {
         const Toplevel *toplevel = toplevelById(*it);
-        if (!toplevel) continue;
-        if (toplevel->wlr && _seat) zwlr_foreign_toplevel_handle_v1_activate(toplevel->wlr, _seat);
-        if (toplevel->plasma)
+        if (!toplevel) continue; // closed meanwhile
+        if (toplevel->wlr && _seat) {
+            zwlr_foreign_toplevel_handle_v1_activate(toplevel->wlr, _seat);
+            sent = true;
+        }
+        if (toplevel->plasma) {
             org_kde_plasma_window_set_state(toplevel->plasma,
                                             ORG_KDE_PLASMA_WINDOW_MANAGEMENT_STATE_ACTIVE |
                                                 ORG_KDE_PLASMA_WINDOW_MANAGEMENT_STATE_MINIMIZED,
                                             ORG_KDE_PLASMA_WINDOW_MANAGEMENT_STATE_ACTIVE);
+            sent = true;
+        }
     }
-    if (_display) _display->flush();
+    if (!sent && !windows.isEmpty() && _source == Source::WlrForeignToplevel && !_seat)
+        qCWarning(lcPlatform) << "Cannot bring a window forward: the compositor offers no seat";
+    if (!_display || _display->isBroken()) return false;
+    _display->flush();
+    return sent;
 }
 
 void WaylandRunningApplications::setWindowsMinimised(const QList<quint32> &windows, bool minimised)

@@ -53,7 +53,9 @@ public:
 
     // Window operations for the window control; unknown toplevels are ignored.
     QList<quint32> windowsForPath(const QString &path) const;
-    void activateWindows(const QList<quint32> &windows);
+    // Asks the compositor to bring the windows forward; false when no request could go (none
+    // of them is known any more, no seat, the compositor gone).
+    bool activateWindows(const QList<quint32> &windows);
     void setWindowsMinimised(const QList<quint32> &windows, bool minimised);
     void closeWindows(const QList<quint32> &windows);
     // Whether any of them is not minimised.

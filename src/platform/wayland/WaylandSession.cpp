@@ -41,20 +41,44 @@ const wl_registry_listener registryListener = {onGlobal, onGlobalRemove};
 
 } // namespace
 
+namespace {
+
+struct SessionSlot
+{
+    std::unique_ptr<WaylandSession> session;
+    bool made = false; // made (or found impossible) once; released stays released
+};
+
+SessionSlot &slot()
+{
+    static SessionSlot s;
+    return s;
+}
+
+} // namespace
+
 WaylandSession *WaylandSession::instance()
 {
-    static std::unique_ptr<WaylandSession> session = []() -> std::unique_ptr<WaylandSession> {
-        QPlatformNativeInterface *ni = native();
-        if (!ni) return nullptr;
-        auto *display = static_cast<wl_display *>(
-            ni->nativeResourceForIntegration(QByteArrayLiteral("display")));
-        if (!display) {
-            qCWarning(lcPlatform) << "Qt's wayland platform gives no wl_display";
-            return nullptr;
-        }
-        return std::unique_ptr<WaylandSession>(new WaylandSession(display));
-    }();
-    return session.get();
+    SessionSlot &s = slot();
+    if (s.made) return s.session.get();
+    s.made = true;
+    QPlatformNativeInterface *ni = native();
+    if (!ni) return nullptr;
+    auto *display =
+        static_cast<wl_display *>(ni->nativeResourceForIntegration(QByteArrayLiteral("display")));
+    if (!display) {
+        qCWarning(lcPlatform) << "Qt's wayland platform gives no wl_display";
+        return nullptr;
+    }
+    s.session.reset(new WaylandSession(display));
+    return s.session.get();
+}
+
+void WaylandSession::release()
+{
+    SessionSlot &s = slot();
+    s.made = true;
+    s.session.reset();
 }
 
 WaylandSession::WaylandSession(wl_display *display) : _display(display)

@@ -37,6 +37,9 @@ public:
     // The session of Qt's connection, made on first use (GUI thread); null when Qt is not on
     // Wayland or gives no wl_display.
     static WaylandSession *instance();
+    // Frees the session (its registry, queue and display wrapper) while Qt's connection is still
+    // open; instance() is null from then on.
+    static void release();
 
     wl_display *display() const { return _display; }
     const std::vector<WaylandGlobal> &globals() const { return _globals; }
@@ -72,8 +75,9 @@ public:
     // The serial of the last input event Qt saw (0 when Qt does not say).
     static uint32_t lastInputSerial();
 
-    // Whether Qt's connection is still open: Kelp's desktop services outlive the application
-    // object, and once it is gone their Wayland objects are left to the process's end.
+    // Whether Qt's connection is still open. The running Kelp frees its Wayland objects before
+    // Qt closes it (freeWaylandBeforeQtDisconnects); an object that outlives the application
+    // object anyway is left alone, since freeing it on a closed connection would crash.
     static bool isConnectionOpen();
 
     // "wl_compositor 5, zwlr_layer_shell_v1 4, ...": the globals for the log.

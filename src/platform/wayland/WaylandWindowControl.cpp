@@ -16,9 +16,7 @@ qint64 WaylandWindowControl::pid(const QString &path) const
 bool WaylandWindowControl::activate(const QString &path)
 {
     const QList<quint32> windows = _running->windowsForPath(path);
-    if (windows.isEmpty()) return false;
-    _running->activateWindows(windows);
-    return true;
+    return !windows.isEmpty() && _running->activateWindows(windows);
 }
 
 bool WaylandWindowControl::isVisible(const QString &path) const

@@ -13,4 +13,11 @@ class WaylandClientDisplay;
 bool addWaylandRunningApplications(Desktop &services,
                                    const std::shared_ptr<WaylandClientDisplay> &display);
 
+// Kelp's Wayland objects on Qt's connection (toplevel handles, the layer surface, the activation
+// global, their event queues) are freed before Qt closes that connection: once registered (any
+// number of calls, with the application object alive), a routine run as the application object
+// goes drops the desktop's Wayland services and then the session, while the connection is still
+// open. Launches still under way finish first, since they ask for activation tokens.
+void freeWaylandBeforeQtDisconnects();
+
 } // namespace kelp

@@ -1,5 +1,6 @@
 // A Wayland client for the tests: one fullscreen window of one colour (the first argument, a
-// colour name), so that screenshots tell it from Kelp's panel drawn above it.
+// colour name), so that screenshots tell it from Kelp's panel drawn above it. The second argument,
+// when given, is its app id (default "kelp-test-colour").
 #include <QApplication>
 #include <QColor>
 #include <QPalette>
@@ -8,7 +9,8 @@
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    QApplication::setDesktopFileName(QStringLiteral("kelp-test-colour"));
+    QApplication::setDesktopFileName(argc > 2 ? QString::fromLocal8Bit(argv[2])
+                                              : QStringLiteral("kelp-test-colour"));
     QWidget window;
     QPalette palette;
     palette.setColor(QPalette::Window, QColor(argc > 1 ? QString::fromLocal8Bit(argv[1])
