@@ -3,109 +3,26 @@
 #include <QCoreApplication>
 #include <QStringList>
 
-#include <iterator>
-
 namespace kelp {
 
 namespace {
 
-// The keysym names of the printable ASCII keys from space (0x20) to tilde (0x7e); letters are
-// named in lower case below, digits by themselves.
-constexpr const char *kPrintable[] = {"space",
-                                      "exclam",
-                                      "quotedbl",
-                                      "numbersign",
-                                      "dollar",
-                                      "percent",
-                                      "ampersand",
-                                      "apostrophe",
-                                      "parenleft",
-                                      "parenright",
-                                      "asterisk",
-                                      "plus",
-                                      "comma",
-                                      "minus",
-                                      "period",
-                                      "slash",
-                                      "0",
-                                      "1",
-                                      "2",
-                                      "3",
-                                      "4",
-                                      "5",
-                                      "6",
-                                      "7",
-                                      "8",
-                                      "9",
-                                      "colon",
-                                      "semicolon",
-                                      "less",
-                                      "equal",
-                                      "greater",
-                                      "question",
-                                      "at",
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      "bracketleft",
-                                      "backslash",
-                                      "bracketright",
-                                      "asciicircum",
-                                      "underscore",
-                                      "grave",
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      nullptr,
-                                      "braceleft",
-                                      "bar",
-                                      "braceright",
-                                      "asciitilde"};
-static_assert(std::size(kPrintable) == 0x7f - 0x20);
+// The keysym names of the printable ASCII keys other than letters and digits.
+struct PrintableName
+{
+    int key;
+    const char *name;
+};
+constexpr PrintableName kPrintable[] = {
+    {' ', "space"},      {'!', "exclam"},       {'"', "quotedbl"},    {'#', "numbersign"},
+    {'$', "dollar"},     {'%', "percent"},      {'&', "ampersand"},   {'\'', "apostrophe"},
+    {'(', "parenleft"},  {')', "parenright"},   {'*', "asterisk"},    {'+', "plus"},
+    {',', "comma"},      {'-', "minus"},        {'.', "period"},      {'/', "slash"},
+    {':', "colon"},      {';', "semicolon"},    {'<', "less"},        {'=', "equal"},
+    {'>', "greater"},    {'?', "question"},     {'@', "at"},          {'[', "bracketleft"},
+    {'\\', "backslash"}, {']', "bracketright"}, {'^', "asciicircum"}, {'_', "underscore"},
+    {'`', "grave"},      {'{', "braceleft"},    {'|', "bar"},         {'}', "braceright"},
+    {'~', "asciitilde"}};
 
 std::optional<QString> keypadName(int key)
 {
@@ -151,10 +68,9 @@ std::optional<QString> keysymName(const HotKeyChord &chord)
     const int key = chord.key;
     if (chord.keypad) return keypadName(key);
     if (key >= Qt::Key_A && key <= Qt::Key_Z) return QString(QChar(u'a' + (key - Qt::Key_A)));
-    if (key >= 0x20 && key < 0x7f) {
-        if (const char *name = kPrintable[key - 0x20]) return QString::fromLatin1(name);
-        return std::nullopt;
-    }
+    if (key >= Qt::Key_0 && key <= Qt::Key_9) return QString(QChar(u'0' + (key - Qt::Key_0)));
+    for (const PrintableName &printable : kPrintable)
+        if (printable.key == key) return QString::fromLatin1(printable.name);
     if (key >= Qt::Key_F1 && key <= Qt::Key_F35)
         return QStringLiteral("F%1").arg(key - Qt::Key_F1 + 1);
     switch (key) {
