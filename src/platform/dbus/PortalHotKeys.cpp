@@ -139,15 +139,21 @@ void PortalHotKeys::decided(Way way)
 bool PortalHotKeys::setHotKey(const std::optional<HotKeyChord> &chord)
 {
     _chord = chord;
-    _failure.clear();
-    if (_way == Way::Probing) return true; // applied once Kelp knows the way
+    if (_way == Way::Probing) {
+        // Applied once Kelp knows the way; no failure until then.
+        if (!_failure.isEmpty()) {
+            _failure.clear();
+            Q_EMIT failureChanged();
+        }
+        return true;
+    }
     apply();
     return _failure.isEmpty();
 }
 
 void PortalHotKeys::apply()
 {
-    const QString old = _failure;
+    const bool hadFailure = !_failure.isEmpty();
     _failure.clear();
     switch (_way) {
     case Way::Probing:
@@ -169,7 +175,7 @@ void PortalHotKeys::apply()
         if (_chord) fail(tr("This desktop gives Kelp no global hot key"));
         break;
     }
-    if (_failure != old) Q_EMIT failureChanged();
+    if (hadFailure && _failure.isEmpty()) Q_EMIT failureChanged();
 }
 
 void PortalHotKeys::fail(const QString &why)
