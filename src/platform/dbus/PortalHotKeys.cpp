@@ -84,8 +84,7 @@ PortalHotKeys::PortalHotKeys(QDBusConnection bus, int responseTimeoutMs, QObject
     _responseTimer.setSingleShot(true);
     _responseTimer.setInterval(responseTimeoutMs);
     connect(&_responseTimer, &QTimer::timeout, this, [this]() {
-        _pendingRequest.clear();
-        _step = Step::None;
+        forgetRequest();
         fail(tr("The desktop's shortcut service did not answer"));
     });
     if (!_bus.isConnected()) {
@@ -214,14 +213,12 @@ QString PortalHotKeys::portalRequest(const QString &method, const QList<QVariant
     call.setArguments(arguments);
     auto *watcher = new QDBusPendingCallWatcher(_bus.asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, path, method](QDBusPendingCallWatcher *w) {
+            [this, path, method, step = _step](QDBusPendingCallWatcher *w) {
                 w->deleteLater();
                 if (_pendingRequest != path) return; // replaced since
                 const QDBusPendingReply<QDBusObjectPath> reply = *w;
                 if (reply.isError()) {
-                    _pendingRequest.clear();
-                    _step = Step::None;
-                    _responseTimer.stop();
+                    forgetRequest();
                     fail(tr("The desktop's shortcut service refused %1: %2")
                              .arg(method, reply.error().message()));
                     return;
@@ -229,6 +226,9 @@ QString PortalHotKeys::portalRequest(const QString &method, const QList<QVariant
                 // An older portal may answer on a path of its own choosing.
                 const QString handle = reply.value().path();
                 if (handle != path) {
+                    forgetRequest();
+                    _step = step;
+                    _responseTimer.start();
                     _bus.connect(
                         kPortalService, handle, QStringLiteral("org.freedesktop.portal.Request"),
                         QStringLiteral("Response"), this, SLOT(portalResponse(QDBusMessage)));
@@ -267,9 +267,8 @@ void PortalHotKeys::bindPortalShortcut()
 void PortalHotKeys::portalResponse(const QDBusMessage &message)
 {
     if (message.path() != _pendingRequest || message.arguments().size() < 2) return;
-    _pendingRequest.clear();
-    _responseTimer.stop();
-    const Step step = std::exchange(_step, Step::None);
+    const Step step = _step;
+    forgetRequest();
     const uint code = message.arguments().at(0).toUInt();
     const QVariantMap results = qdbus_cast<QVariantMap>(message.arguments().at(1));
     if (code == 1) {
@@ -315,11 +314,21 @@ void PortalHotKeys::portalActivated(const QDBusMessage &message)
     Q_EMIT pressed();
 }
 
-void PortalHotKeys::closePortalSession()
+void PortalHotKeys::forgetRequest()
 {
+    if (!_pendingRequest.isEmpty()) {
+        _bus.disconnect(kPortalService, _pendingRequest,
+                        QStringLiteral("org.freedesktop.portal.Request"),
+                        QStringLiteral("Response"), this, SLOT(portalResponse(QDBusMessage)));
+    }
     _pendingRequest.clear();
     _step = Step::None;
     _responseTimer.stop();
+}
+
+void PortalHotKeys::closePortalSession()
+{
+    forgetRequest();
     if (_session.isEmpty()) return;
     _bus.asyncCall(QDBusMessage::createMethodCall(kPortalService, _session,
                                                   QStringLiteral("org.freedesktop.portal.Session"),

@@ -51,6 +51,8 @@ private:
     void createPortalSession();
     void bindPortalShortcut();
     void closePortalSession();
+    // Stops waiting for the pending request's answer.
+    void forgetRequest();
     QString portalRequest(const QString &method, const QList<QVariant> &arguments,
                           const QString &token);
     void registerKGlobalAccel();
