@@ -162,7 +162,6 @@ TEST_F(PortalHotKey, BindsTheStoredChordAndActivatedTogglesThePanel)
     EXPECT_TRUE(said("bind toggle CTRL+k")) << backendOut.constData();
     ASSERT_TRUE(waitUntil([&] { return logged("through the GlobalShortcuts portal"); }, 10000))
         << log.constData();
-    EXPECT_TRUE(logged("(the desktop shows CTRL+k)")) << log.constData();
     ASSERT_FALSE(panelShowing());
 
     // A press on the desktop: the portal passes the backend's Activated on to Kelp.
