@@ -31,7 +31,22 @@ public:
 
     QString introspect(const QString &) const override
     {
-        return QStringLiteral("<interface name=\"%1\"/>").arg(kInterface);
+        // Callers that go through QDBusInterface read the properties only when introspection
+        // names them.
+        return QStringLiteral(
+                   "<interface name=\"%1\">"
+                   "<method name=\"RegisterStatusNotifierItem\"><arg type=\"s\" direction=\"in\"/>"
+                   "</method>"
+                   "<method name=\"RegisterStatusNotifierHost\"><arg type=\"s\" direction=\"in\"/>"
+                   "</method>"
+                   "<property name=\"IsStatusNotifierHostRegistered\" type=\"b\" access=\"read\"/>"
+                   "<property name=\"ProtocolVersion\" type=\"i\" access=\"read\"/>"
+                   "<property name=\"RegisteredStatusNotifierItems\" type=\"as\" access=\"read\"/>"
+                   "<signal name=\"StatusNotifierItemRegistered\"><arg type=\"s\"/></signal>"
+                   "<signal name=\"StatusNotifierItemUnregistered\"><arg type=\"s\"/></signal>"
+                   "<signal name=\"StatusNotifierHostRegistered\"/>"
+                   "</interface>")
+            .arg(kInterface);
     }
 
     QVariant property(const QString &name) const

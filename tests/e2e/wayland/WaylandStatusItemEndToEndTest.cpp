@@ -111,7 +111,7 @@ TEST_F(WaylandStatusItem, RegistersWithTheWatcherAndActivateTogglesThePanel)
     ASSERT_NO_FATAL_FAILURE(startKelp());
     ASSERT_TRUE(waitUntil([&] { return said("registered "); }, 20000))
         << "Kelp's item never registered\n"
-        << log.constData();
+        << (log += kelp.readAll()).constData();
     EXPECT_TRUE(waitUntil([&] { return logged("in the tray (status notifier)"); }, 5000))
         << log.constData();
     EXPECT_FALSE(logged("XEmbed")) << log.constData();
