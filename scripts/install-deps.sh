@@ -13,7 +13,7 @@ packages=(
     libwayland-dev libwayland-bin qt6-base-private-dev plasma-wayland-protocols xwayland
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev libxcb-xtest0-dev trayer
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
-    desktop-file-utils dpkg-dev
+    desktop-file-utils dpkg-dev xdg-desktop-portal
     googletest libgtest-dev libbenchmark-dev
     clang-format
     clang libclang-rt-14-dev

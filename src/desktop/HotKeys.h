@@ -20,7 +20,8 @@ public:
 
     // Replaces the registration (the old key is released first); none registers nothing. False
     // when the desktop refuses the key (another program holds it, or no key of the keyboard
-    // makes it); failure() then says why, until the next registration.
+    // makes it); failure() then says why, until the next registration. A desktop that answers
+    // later returns true for now and reports through failureChanged().
     virtual bool setHotKey(const std::optional<HotKeyChord> &chord) = 0;
     virtual QString failure() const = 0;
     // Modifier changes are reported (modifiersChanged) only while watching.
@@ -29,6 +30,9 @@ public:
 Q_SIGNALS:
     void pressed();
     void modifiersChanged(Qt::KeyboardModifiers modifiers);
+    // failure() changed after setHotKey() returned (a desktop that answers later, or refuses a
+    // key it took before).
+    void failureChanged();
 };
 
 } // namespace kelp

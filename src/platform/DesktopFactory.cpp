@@ -2,6 +2,7 @@
 
 #include "desktop/HeadlessDesktop.h"
 #include "extras/Logging.h"
+#include "platform/dbus/PortalHotKeys.h"
 #include "platform/gio/GioAppLauncher.h"
 #include "platform/gio/GioAppsOnDisk.h"
 #include "platform/gio/GioFileTypeApps.h"
@@ -44,7 +45,7 @@ void addTriggers(Desktop &services)
 
 // The Wayland parts: the panel as a layer surface and activation tokens for launching, where the
 // compositor offers them. One line says what the compositor offers and what Kelp uses of it.
-bool addWayland(Desktop &services)
+bool addWayland(Desktop &services, bool triggers)
 {
     WaylandSession *session = WaylandSession::instance();
     if (!session) return false;
@@ -75,6 +76,14 @@ bool addWayland(Desktop &services)
     } else {
         active << QStringLiteral("no activation tokens (launched applications may open behind)");
     }
+    // The hot key through the desktop's shortcut service; which one is known once the session bus
+    // answers (its own line then).
+    if (triggers) {
+        services.hotKeys = std::make_shared<PortalHotKeys>();
+        active << QStringLiteral("the hot key through the GlobalShortcuts portal or KDE's "
+                                 "KGlobalAccel where the session offers one (else a binding of "
+                                 "kelp --toggle made by hand)");
+    }
     services.summary =
         QStringLiteral("Wayland; the compositor offers %1; Kelp uses %2")
             .arg(offered.isEmpty() ? QStringLiteral("none of the protocols Kelp knows")
@@ -88,7 +97,7 @@ bool addWayland(Desktop &services)
 void addWindowSystem(Desktop &services, const QString &platformName, bool triggers)
 {
     if (platformName == QLatin1String("wayland")) {
-        const bool known = addWayland(services);
+        const bool known = addWayland(services, triggers);
         if (auto display = WaylandClientDisplay::fromQt()) {
             const bool shared = addWaylandRunningApplications(services, display);
             if (!known) services.summary = QStringLiteral("Wayland");

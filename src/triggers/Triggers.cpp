@@ -83,6 +83,8 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
 
     if (auto hotKeys = desktop().hotKeys) {
         connect(hotKeys.get(), &HotKeys::pressed, this, &Triggers::trigger);
+        connect(hotKeys.get(), &HotKeys::failureChanged, this,
+                [this, hotKeys]() { _hotKeyFailure = hotKeys->failure(); });
         if (auto *app = qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
             // The modifier keys are followed only while Kelp is in front.
             connect(app, &QGuiApplication::applicationStateChanged, this,
