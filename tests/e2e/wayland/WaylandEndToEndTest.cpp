@@ -1,8 +1,10 @@
 // Kelp under a headless sway, as a user of a wlroots desktop meets it: the panel is a layer
 // surface centred on the output and drawn above a fullscreen window, letters typed right after
 // `kelp --show` reach the filter with no click, Return launches with an activation token and
-// without Kelp's own Qt settings, a compositor binding of `kelp --toggle` toggles every time, and
-// the compositor going away ends Kelp with its files intact.
+// without Kelp's own Qt settings, a click on an icon through a virtual pointer on sway's seat
+// launches too, the hot corner opens the panel for a resting pointer, a compositor binding of
+// `kelp --toggle` toggles every time, and the compositor going away ends Kelp with its files
+// intact.
 #include "support/SwaySession.h"
 #include "support/TestSupport.h"
 
@@ -39,12 +41,7 @@ protected:
         ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("data/applications/zebra.desktop")),
                               "[Desktop Entry]\nType=Application\nName=Zebra Notes\nExec=" +
                                   home.filePath(QStringLiteral("zebra.sh")).toUtf8() + "\n"));
-        // The home's applications folder is the only scan folder.
-        ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
-                              "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
-                              "<key>searchDirectories</key><array><dict><key>path</key><string>" +
-                                  home.filePath(QStringLiteral("data/applications")).toUtf8() +
-                                  "</string></dict></array></dict></plist>"));
+        ASSERT_TRUE(writeSettings());
         // The compositor's binding runs kelp --toggle in the test home's environment.
         const QString toggle = home.filePath(QStringLiteral("toggle.sh"));
         ASSERT_TRUE(writeFile(
@@ -63,6 +60,17 @@ protected:
         env = sway.clientEnvironment(privateHomeEnvironment(home.path()));
         env.insert(QStringLiteral("XDG_RUNTIME_DIR"), sway.runtimeDir());
         env.remove(QStringLiteral("QT_QPA_PLATFORM")); // Kelp picks wayland itself
+    }
+
+    // The home's applications folder is the only scan folder; `extra` adds settings (plist keys
+    // and values).
+    bool writeSettings(const QByteArray &extra = {})
+    {
+        return writeFile(home.filePath(QStringLiteral("config/Kelp/Kelp.plist")),
+                         "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict>"
+                         "<key>searchDirectories</key><array><dict><key>path</key><string>" +
+                             home.filePath(QStringLiteral("data/applications")).toUtf8() +
+                             "</string></dict></array>" + extra + "</dict></plist>");
     }
 
     void TearDown() override
@@ -164,6 +172,61 @@ TEST_F(Wayland, PanelIsCentredAboveAFullscreenWindowAndTakesKeysWithNoClick)
     const QByteArray log = kelp.readAll();
     EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
     EXPECT_TRUE(log.contains("zwlr_layer_shell_v1")) << "the session line names what is offered";
+}
+
+// The pointer reaches the layer-surface panel as it reaches a window: a click on the one icon
+// starts its application.
+TEST_F(Wayland, AClickOnAnIconLaunchesIt)
+{
+    startFullscreenWindow();
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil([this] { return panelShowing(); }, 20000));
+    QTest::qWait(1500);
+    const QRect panel = differingRect(SwaySession::instance().screenshot(), kFullscreen.rgb());
+    ASSERT_GE(panel.width(), 150);
+    // Below the bar, inside the margins: the one icon sits at the centre of what is left.
+    const QPoint icon = panel.adjusted(8, 38, -8, -8).center();
+    SwaySession &sway = SwaySession::instance();
+    ASSERT_TRUE(sway.pointerMoveTo(icon.x() - 20, icon.y()));
+    QTest::qWait(200);
+    ASSERT_TRUE(sway.click(icon.x(), icon.y()));
+    EXPECT_TRUE(
+        waitUntil([&] { return QFile::exists(home.filePath(QStringLiteral("launched"))); }, 15000))
+        << "a click on the icon did not launch the application: " << kelp.readAll().toStdString();
+}
+
+// The hot spot in the top-left corner of the output: a pointer resting there opens the panel,
+// one passing through does not.
+TEST_F(Wayland, RestingInTheHotCornerShowsThePanelPassingThroughDoesNot)
+{
+    ASSERT_TRUE(writeSettings("<key>cursorHotSpotLocation</key><integer>1</integer>"
+                              "<key>cursorHotSpotDelay</key><real>0.6</real>"));
+    startFullscreenWindow();
+    startKelp();
+    QByteArray log;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            log += kelp.readAll();
+            return log.contains("hot spot as layer surfaces");
+        },
+        20000))
+        << log.toStdString();
+    QTest::qWait(1500); // the catalogue in, the hot spot placed
+    SwaySession &sway = SwaySession::instance();
+
+    // Through the corner and out again at a hand's speed.
+    ASSERT_TRUE(sway.pointerMoveTo(300, 300));
+    ASSERT_TRUE(sway.pointerMoveTo(1, 1));
+    QTest::qWait(100);
+    ASSERT_TRUE(sway.pointerMoveTo(200, 200));
+    QTest::qWait(1500);
+    EXPECT_FALSE(panelShowing()) << "passing through the hot corner opened the panel";
+
+    // Resting in it.
+    ASSERT_TRUE(sway.pointerMoveTo(1, 1));
+    EXPECT_TRUE(waitUntil([this] { return panelShowing(); }, 5000))
+        << "resting in the hot corner did not open the panel: "
+        << (log + kelp.readAll()).toStdString();
 }
 
 TEST_F(Wayland, CompositorBindingTogglesEveryTime)
