@@ -1,10 +1,10 @@
 // Kelp under a headless sway, as a user of a wlroots desktop meets it: the panel is a layer
-// surface centred on the output and drawn above a fullscreen window, letters typed right after
-// `kelp --show` reach the filter with no click, Return launches with an activation token and
-// without Kelp's own Qt settings, a click on an icon through a virtual pointer on sway's seat
-// launches too, the hot corner opens the panel for a resting pointer, a compositor binding of
-// `kelp --toggle` toggles every time, and the compositor going away ends Kelp with its files
-// intact.
+// surface centred on the output and drawn above a fullscreen window (under it when chosen), letters
+// typed right after `kelp --show` reach the filter with no click, Return launches with an
+// activation token and without Kelp's own Qt settings, a click on an icon through a virtual pointer
+// on sway's seat launches too, the hot corner opens the panel for a resting pointer, a compositor
+// binding of `kelp --toggle` toggles every time, and the compositor going away ends Kelp with its
+// files intact.
 #include "support/SwaySession.h"
 #include "support/TestSupport.h"
 
@@ -226,6 +226,33 @@ TEST_F(Wayland, RestingInTheHotCornerShowsThePanelPassingThroughDoesNot)
     ASSERT_TRUE(sway.pointerMoveTo(1, 1));
     EXPECT_TRUE(waitUntil([this] { return panelShowing(); }, 5000))
         << "resting in the hot corner did not open the panel: "
+        << (log + kelp.readAll()).toStdString();
+}
+
+// Chosen to stand under fullscreen windows, the panel is hidden by one and shows over the same
+// window once it is no longer fullscreen.
+TEST_F(Wayland, PanelOnTheTopLayerStaysUnderAFullscreenWindow)
+{
+    ASSERT_TRUE(writeSettings("<key>panelLayer</key><integer>1</integer>"));
+    startFullscreenWindow();
+    startKelp({QStringLiteral("--show")});
+    QByteArray log;
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            log += kelp.readAll();
+            return log.contains("zwlr_layer_shell_v1");
+        },
+        20000));
+    QTest::qWait(3000);
+    EXPECT_FALSE(panelShowing()) << "the panel stood above the fullscreen window";
+    SwaySession &sway = SwaySession::instance();
+    bool ok = false;
+    sway.swaymsg({QStringLiteral("[app_id=kelp-test-colour]"), QStringLiteral("fullscreen"),
+                  QStringLiteral("disable")},
+                 &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_TRUE(waitUntil([this] { return panelShowing(); }, 5000))
+        << "the panel was not there under the fullscreen window: "
         << (log + kelp.readAll()).toStdString();
 }
 
