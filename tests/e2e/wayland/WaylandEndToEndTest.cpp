@@ -1,10 +1,10 @@
 // Kelp under a headless sway, as a user of a wlroots desktop meets it: the panel is a layer
-// surface centred on the output and drawn above a fullscreen window (under it when chosen), letters
-// typed right after `kelp --show` reach the filter with no click, Return launches with an
-// activation token and without Kelp's own Qt settings, a click on an icon through a virtual pointer
-// on sway's seat launches too, the hot corner opens the panel for a resting pointer, a compositor
-// binding of `kelp --toggle` toggles every time, and the compositor going away ends Kelp with its
-// files intact.
+// surface centred on the output and drawn above a fullscreen window (under it when chosen);
+// letters typed right after `kelp --show` reach the filter with no click; Return launches with an
+// activation token and without Kelp's own Qt settings; the pointer (a virtual pointer on sway's
+// seat) launches with a click, drops a file from another program onto an icon and opens the
+// panel from the hot corner; a compositor binding of `kelp --toggle` toggles every time; and the
+// compositor going away ends Kelp with its files intact.
 #include "support/SwaySession.h"
 #include "support/TestSupport.h"
 
@@ -254,6 +254,72 @@ TEST_F(Wayland, PanelOnTheTopLayerStaysUnderAFullscreenWindow)
     EXPECT_TRUE(waitUntil([this] { return panelShowing(); }, 5000))
         << "the panel was not there under the fullscreen window: "
         << (log + kelp.readAll()).toStdString();
+}
+
+// A file dragged from another Wayland program onto the icon of an application that opens it:
+// the application gets the file, the program was asked for a copy, and the file stays.
+TEST_F(Wayland, AFileDroppedOnAnIconOpensWithThatApplication)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("update-desktop-database")).isEmpty())
+        GTEST_SKIP() << "update-desktop-database is not installed";
+    // The one application opens text files and writes down the paths it was given.
+    const QString caught = home.filePath(QStringLiteral("caught"));
+    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("zebra.sh")),
+                          "#!/bin/sh\nprintf '%s\\n' \"$@\" > " + caught.toUtf8() + ".tmp && mv " +
+                              caught.toUtf8() + ".tmp " + caught.toUtf8() + "\n"));
+    const QString applications = home.filePath(QStringLiteral("data/applications"));
+    ASSERT_TRUE(writeFile(applications + QStringLiteral("/zebra.desktop"),
+                          "[Desktop Entry]\nType=Application\nName=Zebra Notes\nExec=" +
+                              home.filePath(QStringLiteral("zebra.sh")).toUtf8() +
+                              " %F\nMimeType=text/plain;\n"));
+    ASSERT_EQ(QProcess::execute(QStringLiteral("update-desktop-database"), {applications}), 0);
+    const QString notes = home.filePath(QStringLiteral("notes.txt"));
+    ASSERT_TRUE(writeFile(notes, "some notes\n"));
+    ASSERT_TRUE(SwaySession::instance().giveToUser(home.path()));
+
+    // The program holding the file fills the output; the panel shows above it.
+    QProcess source;
+    QProcessEnvironment wayland = env;
+    wayland.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
+    SwaySession::instance().startAsUser(source, QStringLiteral(DRAG_SOURCE),
+                                        {QStringLiteral("0"), QStringLiteral("0"), notes}, wayland);
+    ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); }, 20000)) << "the source started";
+    source.readLine();
+    const QRgb sourceColour = QColor(Qt::darkGreen).rgb();
+    ASSERT_TRUE(waitUntil([&] { return centrePixel() == sourceColour; }, 20000))
+        << "the source never covered the output";
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil([&] { return centrePixel() != sourceColour; }, 20000));
+    QTest::qWait(1500);
+    const QRect panel = differingRect(SwaySession::instance().screenshot(), sourceColour);
+    ASSERT_GE(panel.width(), 150);
+    const QPoint icon = panel.adjusted(8, 38, -8, -8).center();
+
+    // Pressed on the source, the drag begins; the pointer carries it onto the icon in steps.
+    SwaySession &sway = SwaySession::instance();
+    const QPoint from(40, 40);
+    ASSERT_TRUE(sway.pointerMoveTo(from.x(), from.y()));
+    QTest::qWait(200);
+    ASSERT_TRUE(sway.pointerPress());
+    QTest::qWait(400);
+    for (int i = 1; i <= 12; ++i) {
+        const QPoint p = from + (icon - from) * i / 12;
+        ASSERT_TRUE(sway.pointerMoveTo(p.x(), p.y()));
+        QTest::qWait(60);
+    }
+    ASSERT_TRUE(sway.pointerMoveTo(icon.x() + 1, icon.y()));
+    QTest::qWait(150);
+    ASSERT_TRUE(sway.pointerMoveTo(icon.x(), icon.y()));
+    QTest::qWait(300);
+    ASSERT_TRUE(sway.pointerRelease());
+
+    ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); }, 10000)) << "the drag ended";
+    EXPECT_EQ(QString::fromUtf8(source.readLine()).trimmed(), QStringLiteral("copy"));
+    ASSERT_TRUE(waitUntil([&] { return QFile::exists(caught); }, 15000))
+        << "the application did not get the file: " << kelp.readAll().toStdString();
+    EXPECT_EQ(readFile(caught).trimmed(), notes.toUtf8());
+    EXPECT_TRUE(QFile::exists(notes)) << "a drop never moves the file";
+    source.waitForFinished(5000);
 }
 
 TEST_F(Wayland, CompositorBindingTogglesEveryTime)
