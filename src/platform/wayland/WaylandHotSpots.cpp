@@ -215,10 +215,8 @@ WaylandHotSpots::WaylandHotSpots(std::shared_ptr<WaylandClientDisplay> display, 
     _display->roundtrip();
     gathering = nullptr;
 
-    if (!wanted.shellName) {
-        qCInfo(lcTriggers) << "No cursor hot spot: the compositor offers no layer shell";
-        return;
-    }
+    // Without the layer shell there is no hot spot; the desktop's summary line says so.
+    if (!wanted.shellName) return;
     if (!wanted.compositorName || !wanted.shmName || !wanted.seatName) {
         qCInfo(lcTriggers) << "No cursor hot spot: the compositor offers no"
                            << (!wanted.compositorName ? "wl_compositor"

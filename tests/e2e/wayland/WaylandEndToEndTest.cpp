@@ -427,6 +427,7 @@ TEST(WaylandWithoutLayerShell, PanelIsAnOrdinaryWindowAndKelpSaysSo)
     EXPECT_EQ(kelp.exitCode(), 0);
     log += kelp.readAll();
     EXPECT_EQ(log.count("ordinary window"), 1) << log.toStdString();
+    EXPECT_EQ(log.count("no hot spot"), 1) << log.toStdString();
     EXPECT_FALSE(log.contains("does not support setting window opacity")) << log.toStdString();
     weston.terminate();
     if (!weston.waitForFinished(5000)) weston.kill();
