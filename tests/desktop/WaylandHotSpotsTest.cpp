@@ -53,9 +53,9 @@ protected:
     std::shared_ptr<WaylandClientDisplay> display;
 };
 
-// In the bottom-right corner: entering and leaving are reported as the pointer comes and goes,
-// a hot spot moved elsewhere no longer reports that corner, and the compositor going away with
-// the hot spot placed harms nothing.
+// Entering and leaving are reported as the pointer comes and goes; a hot spot moved elsewhere no
+// longer reports its old corner; outputs that come and go get and take their own; and the
+// compositor going away with the hot spot placed harms nothing.
 TEST_F(WaylandHotSpotsTest, ThePointerEntersAndLeavesTheCornerUntilTheCompositorGoes)
 {
     WaylandHotSpots hotSpots(display);
@@ -82,6 +82,31 @@ TEST_F(WaylandHotSpotsTest, ThePointerEntersAndLeavesTheCornerUntilTheCompositor
     EXPECT_EQ(entered.count(), 1);
     ASSERT_TRUE(sway.pointerMoveTo(1, 1));
     ASSERT_TRUE(waitUntil([&] { return entered.count() == 2; }, 5000));
+
+    // A second output gets a hot spot of its own. While it stands right of the first, the
+    // pointer's 1024 × 768 maps onto the 2048 × 768 layout: its x is halved.
+    bool ok = false;
+    sway.swaymsg({QStringLiteral("create_output")}, &ok);
+    ASSERT_TRUE(ok);
+    sway.swaymsg({QStringLiteral("output"), QStringLiteral("HEADLESS-2"),
+                  QStringLiteral("resolution"), QStringLiteral("1024x768"),
+                  QStringLiteral("position"), QStringLiteral("1024"), QStringLiteral("0")},
+                 &ok);
+    ASSERT_TRUE(ok);
+    QTest::qWait(500);
+    ASSERT_TRUE(sway.pointerMoveTo(256, 384));
+    ASSERT_TRUE(waitUntil([&] { return left.count() == 2; }, 5000));
+    ASSERT_TRUE(sway.pointerMoveTo(512, 1));
+    EXPECT_TRUE(waitUntil([&] { return entered.count() == 3; }, 5000))
+        << "the new output's top-left corner";
+    // It goes with the pointer in its hot spot: left, and nothing else harmed.
+    sway.swaymsg(
+        {QStringLiteral("output"), QStringLiteral("HEADLESS-2"), QStringLiteral("disable")}, &ok);
+    ASSERT_TRUE(ok);
+    EXPECT_TRUE(waitUntil([&] { return left.count() == 3; }, 5000));
+    ASSERT_TRUE(sway.pointerMoveTo(500, 400));
+    ASSERT_TRUE(sway.pointerMoveTo(1, 1));
+    EXPECT_TRUE(waitUntil([&] { return entered.count() == 4; }, 5000));
 
     sway.stop();
     EXPECT_TRUE(waitUntil([&] { return display->isBroken(); }, 5000));
