@@ -419,7 +419,14 @@ void WaylandHotSpots::seatCapabilities(uint32_t capabilities)
 
 void WaylandHotSpots::surfaceEntered(wl_surface *surface)
 {
-    _pointerSurface = isHotSpot(surface) ? surface : nullptr;
+    wl_surface *entered = isHotSpot(surface) ? surface : nullptr;
+    // Another hot spot entered without a leave from the last (sway says nothing when the output
+    // under the pointer is turned off): that one is left first, so that this one counts.
+    if (entered && _pointerSurface && entered != _pointerSurface) {
+        _pointerSurface = nullptr;
+        updateInside();
+    }
+    _pointerSurface = entered;
     updateInside();
 }
 
