@@ -14,6 +14,15 @@ class QWindow;
 
 namespace kelp {
 
+// Where a desktop with layers puts the panel (the setting panelLayer): above every window,
+// fullscreen ones too (Overlay, stored 0 and anything unknown), or above ordinary windows but
+// under a fullscreen one (Top, stored 1).
+enum class PanelLayer { Overlay, Top };
+inline PanelLayer panelLayerFromStored(qint64 stored)
+{
+    return stored == 1 ? PanelLayer::Top : PanelLayer::Overlay;
+}
+
 class PanelSurface
 {
 public:
@@ -31,6 +40,10 @@ public:
     virtual void detach(QWindow *window) = 0;
     // Whether the panel's fades are painted (no window opacity here).
     virtual bool paintsOpacity() const = 0;
+    // Whether the panel has a layer to choose (setLayer); false leaves it to the window manager.
+    virtual bool choosesLayer() const { return false; }
+    // The layer from the next attach on, and for the shown panel where the desktop can move it.
+    virtual void setLayer(PanelLayer) {}
 };
 
 } // namespace kelp

@@ -11,6 +11,7 @@
 #include "platform/icons/FreedesktopIconThemes.h"
 #include "platform/wayland/WaylandActivation.h"
 #include "platform/wayland/WaylandClientDisplay.h"
+#include "platform/wayland/WaylandHotSpots.h"
 #include "platform/wayland/WaylandPanelSurface.h"
 #include "platform/wayland/WaylandSession.h"
 #include "platform/wayland/WaylandWindowSystem.h"
@@ -105,6 +106,13 @@ void addWindowSystem(Desktop &services, const QString &platformName, bool trigge
                 shared ? QStringLiteral("; running applications from the compositor's window list")
                        : QStringLiteral("; no running applications (the compositor does not share "
                                         "its window list)");
+            if (triggers) {
+                auto hotSpots = std::make_shared<WaylandHotSpots>(display);
+                if (hotSpots->isAvailable()) services.hotSpots = hotSpots;
+                services.summary += hotSpots->isAvailable()
+                                        ? QStringLiteral("; the hot spot as layer surfaces")
+                                        : QStringLiteral("; no hot spot (no layer shell)");
+            }
             qCInfo(lcPlatform).noquote() << services.summary;
             return;
         }

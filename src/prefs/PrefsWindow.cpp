@@ -4,6 +4,7 @@
 #include "desktop/Desktop.h"
 #include "desktop/FileTypeApps.h"
 #include "desktop/HotKeys.h"
+#include "desktop/PanelSurface.h"
 #include "extras/Logging.h"
 #include "prefs/ColourSortSheet.h"
 #include "prefs/ScanFolderTable.h"
@@ -255,6 +256,15 @@ QWidget *PrefsWindow::makePanelTab()
     QPushButton *border = _bind->colour(Key::WindowBorderColour, tr("Border colour"));
     panelForm->addRow(labelFor(tr("Border colo&ur:"), border, panel), border);
     panelForm->addRow(_bind->check(Key::AnimateWindowResizing, tr("Animate resizing")));
+    QComboBox *level = _bind->choice(
+        Key::PanelLayer, {{tr("Above every window"), 0}, {tr("Under fullscreen windows"), 1}});
+    const auto surface = desktop().panelSurface;
+    if (!surface || !surface->choosesLayer()) {
+        level->setEnabled(false);
+        level->setToolTip(tr("The panel's level can be chosen on Wayland compositors with layer "
+                             "surfaces (sway, KDE Plasma) only."));
+    }
+    panelForm->addRow(labelFor(tr("Panel &level:"), level, panel), level);
     QComboBox *group =
         _bind->choice(Key::GroupToShowWhenWindowOpens, {{tr("The group shown last"), -1},
                                                         {tr("Running"), 0},

@@ -66,6 +66,8 @@
     X(WindowBorderColour,              windowBorderColor,               QColor,       Window,      QColor::fromRgbF(1, 1, 1, 1)) \
     X(DrawWindowBorder,                drawWindowBorder,                bool,         Window,      false)        \
     X(AnimateWindowResizing,           animateWindowResizing,           bool,         Window,      false)        \
+    /* On Wayland with layer surfaces: 0 above everything, fullscreen windows too; 1 under them. */ \
+    X(PanelLayer,                      panelLayer,                      qint64,       Window,      qint64(0))    \
     /* The welcome assistant. */                                                                   \
     X(ShowWelcomeWindow,               showWelcomeWindow,               bool,         Welcome,     true)         \
     X(LastShownWelcomeStep,            lastShownWelcomeStep,            qint64,       Welcome,     qint64(0))    \

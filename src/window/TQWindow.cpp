@@ -123,7 +123,10 @@ TQWindow::TQWindow(TQAppManager &catalogue, Defaults &defaults)
     // A non-activating panel floats above the other windows.
     if (_isNonActivating) flags |= Qt::WindowStaysOnTopHint;
     // Where the desktop places the panel itself, the window carries what that needs.
-    if (_panelSurface) flags |= _panelSurface->windowFlags();
+    if (_panelSurface) {
+        flags |= _panelSurface->windowFlags();
+        _panelSurface->setLayer(panelLayerFromStored(_defaults.value(Key::PanelLayer)));
+    }
     setWindowFlags(flags);
     setAttribute(Qt::WA_TranslucentBackground);
     setWindowTitle(QStringLiteral("Kelp Main"));
@@ -212,6 +215,8 @@ void TQWindow::defaultsChanged(const QString &key)
         updateColours();
     else if (Key::AnimateWindowResizing.is(key))
         _useAnimation = _defaults.value(Key::AnimateWindowResizing);
+    else if (Key::PanelLayer.is(key) && _panelSurface)
+        _panelSurface->setLayer(panelLayerFromStored(_defaults.value(Key::PanelLayer)));
 }
 
 void TQWindow::updateColours()

@@ -2,6 +2,7 @@
 
 #include "support/TestSupport.h"
 
+#include <QDebug>
 #include <QDir>
 #include <QFile>
 #include <QStandardPaths>
@@ -170,7 +171,7 @@ bool SwaySession::start(QString *why)
 
 void SwaySession::stop()
 {
-    for (std::unique_ptr<QProcess> *p : {&_keyboard, &_sway}) {
+    for (std::unique_ptr<QProcess> *p : {&_pointer, &_keyboard, &_sway}) {
         if (!*p) continue;
         (*p)->terminate();
         if (!(*p)->waitForFinished(5000)) {
@@ -213,6 +214,49 @@ QImage SwaySession::screenshot() const
         run(QStringLiteral("grim"),
             {QStringLiteral("-t"), QStringLiteral("png"), QStringLiteral("-")}, &ok);
     return ok ? QImage::fromData(png, "PNG") : QImage();
+}
+
+bool SwaySession::pointerCommand(const QByteArray &line)
+{
+    if (!isRunning()) return false;
+    if (!_pointer || _pointer->state() != QProcess::Running) {
+        _pointer = std::make_unique<QProcess>();
+        startAsUser(*_pointer, QStringLiteral(VIRTUAL_POINTER),
+                    {QStringLiteral("1024"), QStringLiteral("768")}, clientEnvironment());
+        if (!_pointer->waitForStarted()) return false;
+    }
+    _pointer->write(line + '\n');
+    QByteArray answer;
+    while (!answer.endsWith('\n')) {
+        if (!_pointer->waitForReadyRead(10000)) {
+            qWarning() << "The virtual pointer did not answer" << line
+                       << _pointer->readAllStandardError();
+            return false;
+        }
+        answer += _pointer->readAllStandardOutput();
+    }
+    if (answer.trimmed() != "ok") qWarning() << "The virtual pointer:" << line << "->" << answer;
+    return answer.trimmed() == "ok";
+}
+
+bool SwaySession::pointerMoveTo(int x, int y)
+{
+    return pointerCommand("move " + QByteArray::number(x) + ' ' + QByteArray::number(y));
+}
+
+bool SwaySession::pointerPress()
+{
+    return pointerCommand("press");
+}
+
+bool SwaySession::pointerRelease()
+{
+    return pointerCommand("release");
+}
+
+bool SwaySession::click(int x, int y)
+{
+    return pointerMoveTo(x, y) && pointerCommand("click");
 }
 
 } // namespace kelp::test

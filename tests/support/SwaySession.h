@@ -54,6 +54,15 @@ public:
     // The whole output, through grim (null on failure).
     QImage screenshot() const;
 
+    // The pointer: one virtual pointer on sway's seat (support/VirtualPointer.cpp), started at
+    // the first use and kept until stop(), so that clients keep their wl_pointer throughout.
+    // Positions are pixels of the one 1024 × 768 output. Each returns once sway has handled the
+    // motion or button; false when the pointer could not do it.
+    bool pointerMoveTo(int x, int y);
+    bool pointerPress();
+    bool pointerRelease();
+    bool click(int x, int y);
+
     QString runtimeDir() const { return _runtime; }
     QString waylandDisplay() const { return _waylandDisplay; }
     QString swaySocket() const { return _swaySocket; }
@@ -67,6 +76,7 @@ private:
     SwaySession() = default;
     bool findOrCreateUser(QString *why);
     QStringList asUser(const QString &program, const QStringList &arguments) const;
+    bool pointerCommand(const QByteArray &line);
 
     QString _user;
     std::unique_ptr<QTemporaryDir> _dir;
@@ -75,6 +85,7 @@ private:
     QString _swaySocket;
     std::unique_ptr<QProcess> _sway;
     std::unique_ptr<QProcess> _keyboard;
+    std::unique_ptr<QProcess> _pointer;
 };
 
 } // namespace kelp::test

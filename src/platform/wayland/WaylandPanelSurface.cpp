@@ -67,8 +67,8 @@ bool WaylandPanelSurface::attach(QWindow *window, const QRect &frame, QScreen *s
     // A moved panel stays on its screen; otherwise the compositor picks the output (the one with
     // the pointer or the focus) and centres the panel on it.
     wl_output *output = moved ? WaylandSession::outputOf(screen) : nullptr;
-    _layer = zwlr_layer_shell_v1_get_layer_surface(_shell, surface, output,
-                                                   ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "kelp");
+    _layer = zwlr_layer_shell_v1_get_layer_surface(_shell, surface, output, shellLayer(_panelLayer),
+                                                   "kelp");
     zwlr_layer_surface_v1_add_listener(_layer, &layerListener, this);
     zwlr_layer_surface_v1_set_keyboard_interactivity(
         _layer, ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE);
@@ -80,6 +80,25 @@ bool WaylandPanelSurface::attach(QWindow *window, const QRect &frame, QScreen *s
         if (!_session.roundTrip(nullptr)) break;
     if (!_configured) qCWarning(lcPlatform) << "The compositor did not configure the panel";
     return _configured;
+}
+
+uint32_t WaylandPanelSurface::shellLayer(PanelLayer layer)
+{
+    return layer == PanelLayer::Top ? ZWLR_LAYER_SHELL_V1_LAYER_TOP
+                                    : ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY;
+}
+
+void WaylandPanelSurface::setLayer(PanelLayer layer)
+{
+    if (layer == _panelLayer) return;
+    _panelLayer = layer;
+    // The shown panel moves at once where the compositor can move a layer surface (version 2);
+    // otherwise it takes the new layer at the next show.
+    if (_layer && _surface && _version >= ZWLR_LAYER_SURFACE_V1_SET_LAYER_SINCE_VERSION &&
+        WaylandSession::isConnectionOpen()) {
+        zwlr_layer_surface_v1_set_layer(_layer, shellLayer(layer));
+        wl_surface_commit(_surface);
+    }
 }
 
 void WaylandPanelSurface::place(const QRect &frame, QScreen *screen, bool moved)

@@ -2,7 +2,8 @@
 // PanelSurface as a wlr layer surface. Qt makes the panel's wl_surface without a shell role (the
 // window carries Qt::BypassWindowManagerHint and Kelp starts with
 // QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT=1); right after each show, before Qt draws, Kelp gives
-// that surface the layer surface role: on the overlay layer, keyboard exclusive while shown, no
+// that surface the layer surface role: on the overlay layer (or the top layer, under fullscreen
+// windows, as the setting panelLayer says), keyboard exclusive while shown, no
 // exclusive zone, centred by the compositor or anchored at the moved panel's place. Qt makes a
 // new wl_surface on every show and drops it on hide, so the role is given and taken each time.
 // Where the compositor offers no layer shell (weston, Mutter) the panel stays an ordinary window;
@@ -33,6 +34,10 @@ public:
     void setFrame(QWindow *window, const QRect &frame, QScreen *screen, bool moved) override;
     void detach(QWindow *window) override;
     bool paintsOpacity() const override { return true; }
+    bool choosesLayer() const override { return isBound(); }
+    void setLayer(PanelLayer layer) override;
+    // The layer shell's layer for the panel's.
+    static uint32_t shellLayer(PanelLayer layer);
 
     // Called by the compositor's events.
     void configured(uint32_t serial);
@@ -47,6 +52,7 @@ private:
     zwlr_layer_surface_v1 *_layer = nullptr;
     wl_surface *_surface = nullptr;
     bool _configured = false;
+    PanelLayer _panelLayer = PanelLayer::Overlay;
 };
 
 } // namespace kelp
