@@ -241,7 +241,9 @@ TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
 {
     const QString tool = entry(QStringLiteral("tool.desktop"),
                                "Name=Tool\nExec=/usr/bin/xclock\nStartupWMClass=KelpTestTool\n");
-    useEntries({tool});
+    const QString late = entry(QStringLiteral("late.desktop"),
+                               "Name=Late\nExec=/usr/bin/xclock\nStartupWMClass=KelpLateTool\n");
+    useEntries({tool, late});
 
     xcb_connection_t *c = xcb_connect(nullptr, nullptr);
     ASSERT_FALSE(xcb_connection_has_error(c));
@@ -271,8 +273,8 @@ TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
     gone.waitForFinished();
     const qint64 deadPid = gone.processId() ? gone.processId() : 999999;
 
-    makeWindow(nullptr, 0);              // nothing to go by
-    makeWindow("Unknown", 0);            // a class nobody claims, no process
+    const xcb_window_t unnamed = makeWindow(nullptr, 0); // nothing to go by, for now
+    makeWindow("Unknown", 0);                            // a class nobody claims, no process
     makeWindow("KelpTestTool", deadPid); // its process is gone: its class still names it
     xcb_flush(c);
 
@@ -286,6 +288,11 @@ TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
     // The window list settles; nothing else shows up.
     QTest::qWait(200);
     EXPECT_EQ(group0(), QStringList{tool});
+    // A program that names its class only once its window is mapped is matched then.
+    xcb_icccm_set_wm_class(c, unnamed, 26, "kelplatetool\0KelpLateTool\0");
+    xcb_flush(c);
+    EXPECT_TRUE(waitUntil([&]() { return group0().contains(late); }))
+        << group0().join(' ').toStdString();
     xcb_disconnect(c);
     ASSERT_TRUE(waitUntil([&]() { return group0().isEmpty(); }));
 }

@@ -111,12 +111,17 @@ void X11RunningApplications::readEvents()
     _reading = true;
     bool clients = false;
     bool active = false;
+    QList<quint32> renamed;
     auto take = [&](xcb_generic_event_t *event) {
         if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
             const auto *notify = reinterpret_cast<xcb_property_notify_event_t *>(event);
             if (notify->window == _x->root) {
                 if (notify->atom == _x->ewmh._NET_CLIENT_LIST) clients = true;
                 if (notify->atom == _x->ewmh._NET_ACTIVE_WINDOW) active = true;
+            } else if ((notify->atom == _x->ewmh._NET_WM_PID ||
+                        notify->atom == XCB_ATOM_WM_CLASS) &&
+                       _watched.contains(notify->window) && !renamed.contains(notify->window)) {
+                renamed.append(notify->window);
             }
         }
         // Errors of requests whose replies were not waited for (a window that vanished while
@@ -127,10 +132,18 @@ void X11RunningApplications::readEvents()
         _readAgain = false;
         while (xcb_generic_event_t *event = xcb_poll_for_event(_x->conn))
             take(event);
-        while (clients || active) {
+        while (clients || active || !renamed.isEmpty()) {
             if (clients) {
                 clients = false;
                 refreshClientList();
+            }
+            if (!renamed.isEmpty()) {
+                // A program that named its process or class only after its window was mapped.
+                for (quint32 w : std::as_const(renamed))
+                    _facts.remove(w);
+                gatherFacts(renamed);
+                renamed.clear();
+                regroup();
             }
             if (active) {
                 active = false;
@@ -171,6 +184,7 @@ void X11RunningApplications::refreshClientList()
         }
         _icons.remove(it.key());
         _reported.remove(it.key());
+        _watched.remove(it.key());
         it = _facts.erase(it);
     }
     QList<quint32> fresh;
@@ -210,8 +224,14 @@ void X11RunningApplications::gatherFacts(const QList<quint32> &windows)
     };
     QList<Pending> pending;
     pending.reserve(windows.size());
-    for (quint32 w : windows)
+    // Some programs name their process or class only after the window is mapped. Their changes
+    // are followed from before the first read, so that none falls between; once both are known
+    // the window is let go, so that title changes elsewhere do not wake Kelp.
+    const uint32_t follow = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    for (quint32 w : windows) {
+        xcb_change_window_attributes(_x->conn, w, XCB_CW_EVENT_MASK, &follow);
         pending.append({xcb_ewmh_get_wm_pid(&_x->ewmh, w), xcb_icccm_get_wm_class(_x->conn, w)});
+    }
 
     for (qsizetype i = 0; i < windows.size(); ++i) {
         WindowFacts facts;
@@ -231,8 +251,16 @@ void X11RunningApplications::gatherFacts(const QList<quint32> &windows)
             << QStringLiteral("Window 0x%1").arg(facts.window, 0, 16) << "pid" << facts.pid
             << "class" << facts.wmClass << "executable" << facts.executable << "launched from"
             << facts.launchedDesktopFile;
+        if (facts.pid == 0 || facts.wmClass.isEmpty()) {
+            _watched.insert(facts.window);
+        } else {
+            _watched.remove(facts.window);
+            const uint32_t none = 0;
+            xcb_change_window_attributes(_x->conn, facts.window, XCB_CW_EVENT_MASK, &none);
+        }
         _facts.insert(facts.window, facts);
     }
+    xcb_flush(_x->conn);
 }
 
 void X11RunningApplications::updateRegularFlags(const QList<quint32> &windows)

@@ -65,6 +65,7 @@ private:
     QHash<quint32, WindowFacts> _facts;
     QHash<quint32, QImage> _icons;
     QSet<quint32> _reported; // windows already logged as left out
+    QSet<quint32> _watched;  // windows that named no process or class yet: their changes are read
     QList<RunningApp> _apps;
     QStringList _launchOrder;
     quint32 _activeWindow = 0;
