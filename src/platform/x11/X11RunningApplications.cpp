@@ -386,7 +386,15 @@ QString X11RunningApplications::pathForWindow(quint32 window)
         scheduleRead();
     }
     const WindowFacts facts = _facts.value(window);
-    if (!_clients.contains(window)) _facts.remove(window);
+    if (!_clients.contains(window)) {
+        _facts.remove(window);
+        // Not a window of the list: its later changes are not Kelp's to follow.
+        if (_watched.remove(window)) {
+            const uint32_t none = 0;
+            xcb_change_window_attributes(_x->conn, window, XCB_CW_EVENT_MASK, &none);
+            xcb_flush(_x->conn);
+        }
+    }
     const QString path = matchWindow(facts, _index.entries());
     return path.isEmpty() ? facts.executable : path;
 }
