@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds Kelp's Debian package from a configured build folder and checks it as a fresh machine
 # would see it: unpacked into a scratch root, every file in its place, the desktop entry valid,
-# the dependencies declared, and the packaged program running.
+# the dependencies declared, and the packaged program running (the quick client in bin finding
+# the whole program in libexec).
 #   bash scripts/check-package.sh BUILD_FOLDER
 set -euo pipefail
 build="${1:?usage: check-package.sh BUILD_FOLDER}"
@@ -14,7 +15,7 @@ trap 'rm -rf "$root"' EXIT
 dpkg-deb -x "$deb" "$root"
 
 status=0
-for file in usr/bin/kelp usr/share/applications/kelp.desktop \
+for file in usr/bin/kelp usr/libexec/kelp/kelp usr/share/applications/kelp.desktop \
             usr/share/icons/hicolor/scalable/apps/kelp.svg \
             usr/share/icons/hicolor/16x16/apps/kelp.png usr/share/icons/hicolor/48x48/apps/kelp.png \
             usr/share/icons/hicolor/256x256/apps/kelp.png usr/share/doc/kelp/README.md \

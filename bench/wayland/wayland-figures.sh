@@ -5,7 +5,8 @@
 #       the binding to the first paint;
 #   (b) a new toplevel mapped (sway's "new" window event, read from its IPC) to Kelp's running
 #       group holding it, median over ROUNDS windows;
-#   (c) context switches of every Kelp thread over 10 s, idle with the panel hidden.
+#   (c) context switches of every Kelp thread over 10 s, idle with the panel hidden, from 40 s after
+#       Kelp's start.
 # Times on both sides are wall-clock marks: the script's $EPOCHREALTIME and Kelp's own timing log
 # (QT_LOGGING_RULES="kelp.timing.debug=true", which gives each mark the wall clock).
 # Usage: bench/wayland/wayland-figures.sh BUILD_DIR [ENTRIES] [ROUNDS]
@@ -68,8 +69,13 @@ uenv=(HOME="$work" XDG_RUNTIME_DIR="$work/runtime" XDG_DATA_HOME="$work/data"
 as_user() {
     if [ -n "$user" ]; then runuser -u "$user" -- env -i "${uenv[@]}" "$@"; else env -i "${uenv[@]}" "$@"; fi
 }
+# For programs run in the background: the subshell becomes the program, so that $! is its pid (or
+# runuser's, which hands signals on) and a kill reaches it.
+as_user_exec() {
+    if [ -n "$user" ]; then exec runuser -u "$user" -- env -i "${uenv[@]}" "$@"; else exec env -i "${uenv[@]}" "$@"; fi
+}
 
-as_user WLR_BACKENDS=headless WLR_RENDERER=pixman WLR_LIBINPUT_NO_DEVICES=1 WLR_HEADLESS_OUTPUTS=1 \
+as_user_exec WLR_BACKENDS=headless WLR_RENDERER=pixman WLR_LIBINPUT_NO_DEVICES=1 WLR_HEADLESS_OUTPUTS=1 \
     sway -c "$work/sway.conf" > "$work/sway.log" 2>&1 &
 pids+=($!)
 for _ in $(seq 1 100); do
@@ -79,11 +85,11 @@ done
 display="$(basename "$(ls "$work/runtime"/wayland-? | head -1)")"
 uenv+=(WAYLAND_DISPLAY="$display" SWAYSOCK="$(ls "$work/runtime"/sway-ipc.*.sock | head -1)")
 # One keyboard on the seat for the whole run, as in the tests.
-as_user wtype -k Shift_L -s 86400000 -k Shift_L &
+as_user_exec wtype -k Shift_L -s 86400000 -k Shift_L &
 pids+=($!)
 sleep 0.5
 
-as_user QT_LOGGING_RULES="kelp.timing.debug=true" "$kelp" --hidden > "$work/kelp.log" 2>&1 &
+as_user_exec QT_LOGGING_RULES="kelp.timing.debug=true" "$kelp" --hidden > "$work/kelp.log" 2>&1 &
 pids+=($!)
 for _ in $(seq 1 100); do
     kelp_pid="$(pgrep -u "${user:-$(id -un)}" -f "^$kelp --hidden" | head -1 || true)"
@@ -124,7 +130,7 @@ grep -o "panel painted [0-9.]* ms after the request" "$work/kelp.log" | awk '{pr
 echo
 
 # (b) Windows with new app ids (no entry claims them: each stands alone in the running group).
-as_user swaymsg -t subscribe -m '["window"]' 2>/dev/null |
+as_user_exec swaymsg -t subscribe -m '["window"]' 2>/dev/null |
     while IFS= read -r line; do
         case "$line" in *'"change": "new"'*|*'"change":"new"'*) echo "$EPOCHREALTIME" >> "$work/mapped" ;; esac
     done &
@@ -135,7 +141,7 @@ sleep 0.5
 for i in $(seq 1 "$rounds"); do
     id="kelp-bench-$i"
     mapped_before="$(wc -l < "$work/mapped")"
-    as_user QT_QPA_PLATFORM=wayland "$window" "#336699" "$id" > /dev/null 2>&1 &
+    as_user_exec QT_QPA_PLATFORM=wayland "$window" "#336699" "$id" > /dev/null 2>&1 &
     wpid=$!
     for _ in $(seq 1 500); do grep -q "wayland:/app/$id\b" "$work/kelp.log" && break; sleep 0.01; done
     sleep 0.2
@@ -152,8 +158,11 @@ echo "(b) a new toplevel mapped (sway's IPC) to Kelp's running group holding it:
 echo "    $(median < "$work/map-to-group")"
 echo
 
-# (c) Idle: the panel hidden, nothing happening.
+# (c) Idle: the panel hidden, nothing happening, once the start has settled (the last one-shot
+# work after a start, such as idle worker threads ending, is over within 30 s of it).
 sleep 2
+up="$(ps -o etimes= -p "$kelp_pid" | tr -d ' ')"
+[ "${up:-0}" -lt 40 ] && sleep "$((40 - ${up:-0}))"
 per_thread() {
     for t in /proc/"$kelp_pid"/task/*; do
         echo "$(basename "$t") $(tr ' ' _ < "$t/comm") $(awk '/^voluntary_ctxt_switches/ {print $2}' "$t/status")"

@@ -17,7 +17,8 @@ QString documentPath(const QString &name)
     const QString programFolder = QCoreApplication::applicationDirPath();
     QStringList candidates{
         programFolder + QLatin1Char('/') + file,
-        QDir::cleanPath(programFolder + QStringLiteral("/../share/kelp/") + file)};
+        QDir::cleanPath(programFolder + QStringLiteral("/../share/kelp/") + file),
+        QDir::cleanPath(programFolder + QStringLiteral("/../../share/kelp/") + file)};
     for (const QString &folder :
          QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation))
         candidates.append(folder + QStringLiteral("/kelp/") + file);

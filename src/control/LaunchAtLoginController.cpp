@@ -63,7 +63,18 @@ QString LaunchAtLoginController::autostartFilePath()
 
 QString LaunchAtLoginController::programToStart()
 {
-    const QString own = QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
+    // The kelp users run is the quick client in front of this program: beside it in the build
+    // folder, in the programs' folder once installed.
+    QString own;
+    for (const char *relative : {KELP_CLIENT_IN_BUILD, KELP_CLIENT_INSTALLED}) {
+        const QFileInfo client(QCoreApplication::applicationDirPath() + QLatin1Char('/') +
+                               QLatin1String(relative));
+        if (client.isFile() && client.isExecutable()) {
+            own = client.canonicalFilePath();
+            break;
+        }
+    }
+    if (own.isEmpty()) own = QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath();
     const QString onPath = QStandardPaths::findExecutable(QStringLiteral("kelp"));
     if (!onPath.isEmpty() && QFileInfo(onPath).canonicalFilePath() == own)
         return QStringLiteral("kelp");

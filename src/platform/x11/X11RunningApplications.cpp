@@ -459,6 +459,10 @@ void X11RunningApplications::iconifyWindows(const QList<quint32> &windows)
 void X11RunningApplications::closeWindows(const QList<quint32> &windows)
 {
     if (!_connected) return;
+    QStringList names;
+    for (quint32 w : windows)
+        names.append(QStringLiteral("0x%1").arg(w, 0, 16));
+    qCDebug(lcPlatform).noquote() << "Asking windows" << names.join(QLatin1Char(' ')) << "to close";
     for (quint32 w : windows)
         xcb_ewmh_request_close_window(&_x->ewmh, _x->screen, w, XCB_CURRENT_TIME,
                                       XCB_EWMH_CLIENT_SOURCE_TYPE_OTHER);
