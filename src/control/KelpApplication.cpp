@@ -9,6 +9,7 @@
 #include "control/IconThemeFollower.h"
 #include "control/TQController.h"
 #include "desktop/Desktop.h"
+#include "extras/Logging.h"
 #include "settings/Defaults.h"
 #include "settings/RegisteredDefaults.h"
 #include "triggers/Triggers.h"
@@ -72,6 +73,7 @@ int runKelp(SingleInstance &instance, const InstanceRequest &request)
         request.command == QLatin1String("preferences"))
         controller.handleRequest(request);
     const int status = QCoreApplication::exec();
+    qCDebug(lcPlatform) << "The event loop has ended; Kelp closes down";
     CrashHandler::uninstall();
     return status;
 }

@@ -106,6 +106,8 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
         connect(tray.get(), &StatusTray::appearanceChanged, this, &Triggers::darkModeChanged);
         // What Qt drew before the tray took the window in is not always shown there.
         connect(tray.get(), &StatusTray::windowEmbedded, this, [this]() {
+            qCDebug(lcTriggers) << "The tray took Kelp's icon in:"
+                                << (_statusView ? "drawing it again" : "no icon to draw");
             if (_statusView) _statusView->update();
         });
     }

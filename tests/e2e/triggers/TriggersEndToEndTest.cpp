@@ -483,7 +483,13 @@ TEST_F(Triggers, TrayIconFollowsTheDesktopsDarkModeLive)
     auto drawnBlack = [&] { return inks().first > 10; };
     EXPECT_TRUE(waitUntil(drawnBlack, 10000))
         << "a light desktop: the black image; near black, near white: " << inks().first << ", "
-        << inks().second << "\n"
+        << inks().second << " in "
+        << qPrintable(QDebug::toString(window(QStringLiteral("Kelp Tray Icon")).rect))
+        << ", the centre pixel "
+        << qPrintable(
+               QColor(QImage(shot).pixel(window(QStringLiteral("Kelp Tray Icon")).rect.center()))
+                   .name())
+        << "\n"
         << qPrintable(log());
 
     auto reconfigure = [&](const QByteArray &text) {

@@ -411,6 +411,7 @@ TEST(WaylandWithoutLayerShell, PanelIsAnOrdinaryWindowAndKelpSaysSo)
         << "weston did not start";
     env.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("wayland-kelp"));
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    env.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("kelp.platform.debug=true"));
     QProcess kelp;
     kelp.setProcessChannelMode(QProcess::MergedChannels);
     session.startAsUser(kelp, QStringLiteral(KELP_BINARY), {}, env);
@@ -423,9 +424,15 @@ TEST(WaylandWithoutLayerShell, PanelIsAnOrdinaryWindowAndKelpSaysSo)
         20000))
         << log.toStdString();
     QProcess quit;
+    quit.setProcessChannelMode(QProcess::MergedChannels);
     session.startAsUser(quit, QStringLiteral(KELP_BINARY), {QStringLiteral("--quit")}, env);
     EXPECT_TRUE(quit.waitForFinished(20000));
-    EXPECT_TRUE(kelp.waitForFinished(15000)) << "Kelp did not quit on request";
+    const QByteArray quitSaid = quit.readAll();
+    EXPECT_EQ(quit.exitCode(), 0) << quitSaid.toStdString();
+    EXPECT_TRUE(kelp.waitForFinished(15000))
+        << "Kelp did not quit on request; kelp --quit said: " << quitSaid.toStdString()
+        << "\nKelp's log:\n"
+        << (log + kelp.readAll()).toStdString();
     EXPECT_EQ(kelp.exitCode(), 0);
     log += kelp.readAll();
     EXPECT_EQ(log.count("ordinary window"), 1) << log.toStdString();
