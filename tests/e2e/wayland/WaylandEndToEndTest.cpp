@@ -258,33 +258,44 @@ TEST_F(Wayland, PanelOnTheTopLayerStaysUnderAFullscreenWindow)
         << (log + kelp.readAll()).toStdString();
 }
 
-// A file dragged from another Wayland program onto the icon of an application that opens it:
-// the application gets the file, the program was asked for a copy, and the file stays.
-TEST_F(Wayland, AFileDroppedOnAnIconOpensWithThatApplication)
+// A file dragged from another Wayland program onto icons: on an application that cannot open it
+// the drop is refused and nothing starts; on one that opens it the application gets the file, the
+// program was asked for a copy, and the file stays.
+TEST_F(Wayland, AFileDroppedOnAnIconOpensWithThatApplicationOnly)
 {
     if (QStandardPaths::findExecutable(QStringLiteral("update-desktop-database")).isEmpty())
         GTEST_SKIP() << "update-desktop-database is not installed";
-    // The one application opens text files and writes down the paths it was given.
-    const QString caught = home.filePath(QStringLiteral("caught"));
-    ASSERT_TRUE(writeFile(home.filePath(QStringLiteral("zebra.sh")),
-                          "#!/bin/sh\nprintf '%s\\n' \"$@\" > " + caught.toUtf8() + ".tmp && mv " +
-                              caught.toUtf8() + ".tmp " + caught.toUtf8() + "\n"));
+    // Zebra Notes opens text files, Zoo Pictures only images; each writes down the paths it was
+    // given. Sorted by name, Zebra's icon comes first.
     const QString applications = home.filePath(QStringLiteral("data/applications"));
-    ASSERT_TRUE(writeFile(applications + QStringLiteral("/zebra.desktop"),
-                          "[Desktop Entry]\nType=Application\nName=Zebra Notes\nExec=" +
-                              home.filePath(QStringLiteral("zebra.sh")).toUtf8() +
-                              " %F\nMimeType=text/plain;\n"));
+    auto writeApp = [&](const QString &id, const QByteArray &name, const QByteArray &type) {
+        const QString script = home.filePath(id + QStringLiteral(".sh"));
+        const QByteArray caught = home.filePath(id + QStringLiteral(".caught")).toUtf8();
+        return writeFile(script, "#!/bin/sh\nprintf '%s\\n' \"$@\" > " + caught + ".tmp && mv " +
+                                     caught + ".tmp " + caught + "\n") &&
+               QFile::setPermissions(script, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                 QFileDevice::ExeOwner) &&
+               writeFile(applications + QLatin1Char('/') + id + QStringLiteral(".desktop"),
+                         "[Desktop Entry]\nType=Application\nName=" + name +
+                             "\nExec=" + script.toUtf8() + " %F\nMimeType=" + type + ";\n");
+    };
+    ASSERT_TRUE(writeApp(QStringLiteral("zebra"), "Zebra Notes", "text/plain"));
+    ASSERT_TRUE(writeApp(QStringLiteral("zoo"), "Zoo Pictures", "image/png"));
+    const QString zebraCaught = home.filePath(QStringLiteral("zebra.caught"));
+    const QString zooCaught = home.filePath(QStringLiteral("zoo.caught"));
     ASSERT_EQ(QProcess::execute(QStringLiteral("update-desktop-database"), {applications}), 0);
     const QString notes = home.filePath(QStringLiteral("notes.txt"));
     ASSERT_TRUE(writeFile(notes, "some notes\n"));
     ASSERT_TRUE(SwaySession::instance().giveToUser(home.path()));
 
-    // The program holding the file fills the output; the panel shows above it.
+    // The program holding the file fills the output and takes one drag after another; the panel
+    // shows above it.
     QProcess source;
     QProcessEnvironment wayland = env;
     wayland.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland"));
-    SwaySession::instance().startAsUser(source, QStringLiteral(DRAG_SOURCE),
-                                        {QStringLiteral("0"), QStringLiteral("0"), notes}, wayland);
+    SwaySession::instance().startAsUser(
+        source, QStringLiteral(DRAG_SOURCE),
+        {QStringLiteral("--keep"), QStringLiteral("0"), QStringLiteral("0"), notes}, wayland);
     ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); }, 20000)) << "the source started";
     source.readLine();
     const QRgb sourceColour = QColor(Qt::darkGreen).rgb();
@@ -295,32 +306,58 @@ TEST_F(Wayland, AFileDroppedOnAnIconOpensWithThatApplication)
     QTest::qWait(3000);
     const QRect panel = differingRect(SwaySession::instance().screenshot(), sourceColour);
     ASSERT_GE(panel.width(), 150);
-    const QPoint icon = panel.adjusted(8, 38, -8, -8).center();
+    // The two icons below the bar, side by side in a wide view, else one above the other.
+    const QRect view = panel.adjusted(8, 38, -8, -8);
+    const bool wide = view.width() > view.height() * 3 / 2;
+    const QPoint zebraIcon = wide ? view.center() - QPoint(view.height() / 2, 0)
+                                  : QPoint(view.center().x(), view.top() + view.height() / 4);
+    const QPoint zooIcon = wide ? view.center() + QPoint(view.height() / 2, 0)
+                                : QPoint(view.center().x(), view.top() + view.height() * 3 / 4);
 
-    // Pressed on the source, the drag begins; the pointer carries it onto the icon in steps.
+    // Pressed on the source, a drag begins; the pointer carries it onto the icon in steps and
+    // rests there before the release. What the source says the drop did.
     SwaySession &sway = SwaySession::instance();
-    const QPoint from(40, 40);
-    ASSERT_TRUE(sway.pointerMoveTo(from.x(), from.y()));
-    QTest::qWait(200);
-    ASSERT_TRUE(sway.pointerPress());
-    QTest::qWait(400);
-    for (int i = 1; i <= 12; ++i) {
-        const QPoint p = from + (icon - from) * i / 12;
-        ASSERT_TRUE(sway.pointerMoveTo(p.x(), p.y()));
-        QTest::qWait(60);
-    }
-    ASSERT_TRUE(sway.pointerMoveTo(icon.x() + 1, icon.y()));
-    QTest::qWait(150);
-    ASSERT_TRUE(sway.pointerMoveTo(icon.x(), icon.y()));
-    QTest::qWait(800); // the panel answers the last position before it takes the drop
-    ASSERT_TRUE(sway.pointerRelease());
+    auto dropOn = [&](QPoint icon) -> QString {
+        const QPoint from(40, 40);
+        if (!sway.pointerMoveTo(from.x(), from.y())) return QStringLiteral("(no pointer)");
+        QTest::qWait(200);
+        if (!sway.pointerPress()) return QStringLiteral("(no press)");
+        QTest::qWait(400);
+        for (int i = 1; i <= 12; ++i) {
+            const QPoint p = from + (icon - from) * i / 12;
+            sway.pointerMoveTo(p.x(), p.y());
+            QTest::qWait(60);
+        }
+        sway.pointerMoveTo(icon.x() + 1, icon.y());
+        QTest::qWait(150);
+        sway.pointerMoveTo(icon.x(), icon.y());
+        QTest::qWait(800); // the panel answers the last position before it takes the drop
+        if (!sway.pointerRelease()) return QStringLiteral("(no release)");
+        if (!waitUntil([&] { return source.canReadLine(); }, 10000))
+            return QStringLiteral("(still dragging)");
+        return QString::fromUtf8(source.readLine()).trimmed();
+    };
 
-    ASSERT_TRUE(waitUntil([&] { return source.canReadLine(); }, 10000)) << "the drag ended";
-    EXPECT_EQ(QString::fromUtf8(source.readLine()).trimmed(), QStringLiteral("copy"));
-    ASSERT_TRUE(waitUntil([&] { return QFile::exists(caught); }, 15000))
+    EXPECT_EQ(dropOn(zooIcon), QStringLiteral("none")) << "an image viewer takes no text file";
+    QTest::qWait(1000);
+    EXPECT_FALSE(QFile::exists(zooCaught)) << "nothing starts on a refused drop";
+    EXPECT_EQ(readFile(notes), QByteArray("some notes\n"));
+
+    EXPECT_EQ(dropOn(zebraIcon), QStringLiteral("copy"));
+    ASSERT_TRUE(waitUntil([&] { return QFile::exists(zebraCaught); }, 15000))
         << "the application did not get the file: " << kelp.readAll().toStdString();
-    EXPECT_EQ(readFile(caught).trimmed(), notes.toUtf8());
-    EXPECT_TRUE(QFile::exists(notes)) << "a drop never moves the file";
+    EXPECT_EQ(readFile(zebraCaught).trimmed(), notes.toUtf8());
+    EXPECT_EQ(readFile(notes), QByteArray("some notes\n")) << "a drop never moves the file";
+    EXPECT_FALSE(QFile::exists(zooCaught));
+
+    // The refused drop was on Zoo's icon, not beside it: a click there starts Zoo.
+    ASSERT_EQ(runKelp({QStringLiteral("--show")}), 0);
+    ASSERT_TRUE(waitUntil([&] { return centrePixel() != sourceColour; }, 10000));
+    QTest::qWait(1000);
+    ASSERT_TRUE(sway.click(zooIcon.x(), zooIcon.y()));
+    EXPECT_TRUE(waitUntil([&] { return QFile::exists(zooCaught); }, 15000))
+        << "the second icon is not Zoo Pictures'";
+    source.terminate();
     source.waitForFinished(5000);
 }
 
