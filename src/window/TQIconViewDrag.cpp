@@ -154,6 +154,9 @@ void TQIconView::dragEnterEvent(QDragEnterEvent *event)
     Q_EMIT dragWantsPanelOnscreen(!_activeWhenDragBegan);
     event->setDropAction(copyOrLink(event->possibleActions()));
     event->accept();
+    qCDebug(lcWindow).noquote() << "Files dragged over the panel:" << _dragFiles.size()
+                                << "offered as" << mime->formats().join(QLatin1Char(','))
+                                << "with actions" << event->possibleActions();
 }
 
 void TQIconView::dragMoveEvent(QDragMoveEvent *event)
@@ -230,6 +233,8 @@ void TQIconView::refreshDroppableApps()
     AppList candidates = _catalogue.allApps1D();
     candidates.append(_catalogue.userApps1D());
     _drag.droppableApps = _droppable.appsFor(candidates, _dragWidened);
+    qCDebug(lcWindow) << "Applications that take the dragged files:" << _drag.droppableApps.size()
+                      << (_droppable.isKnown() ? "" : "(not known yet)");
     update();
 }
 
@@ -278,6 +283,9 @@ void TQIconView::performFileDrop(QDropEvent *event)
     const TQAppPtr app = selectedApp();
     const Qt::DropAction action = copyOrLink(event->possibleActions());
     if (!app || !_drag.droppableApps.contains(app.get()) || action == Qt::IgnoreAction) {
+        qCDebug(lcWindow).noquote()
+            << "Dropped files refused by" << (app ? app->name() : QStringLiteral("no application"))
+            << "offered" << event->possibleActions();
         event->ignore();
         return;
     }

@@ -1,9 +1,10 @@
 // A stand-in for a file manager in the drag tests: a small window at a given place that, when the
 // pointer is pressed on it and moved, drags the given files as a file manager does (a URL list and
 // the first path as plain text, offering copy, move and link, copy preferred). When the drag ends
-// it prints the action the target chose ("copy", "link", "move" or "none") and exits.
+// it prints the action the target chose ("copy", "link", "move" or "none") and exits, or with
+// --keep waits for the next drag.
 //
-//   kelp_drag_source X Y FILE...
+//   kelp_drag_source [--keep] X Y FILE...
 #include <QApplication>
 #include <QDrag>
 #include <QMimeData>
@@ -18,7 +19,7 @@ namespace {
 class Source : public QWidget
 {
 public:
-    explicit Source(QList<QUrl> files) : _files(std::move(files))
+    Source(QList<QUrl> files, bool keep) : _files(std::move(files)), _keep(keep)
     {
         setWindowTitle(QStringLiteral("Kelp Drag Source"));
         setAutoFillBackground(true);
@@ -51,11 +52,12 @@ protected:
                                                       : "none";
         releaseMouse();
         QTextStream(stdout) << name << Qt::endl;
-        QApplication::exit(0);
+        if (!_keep) QApplication::exit(0);
     }
 
 private:
     QList<QUrl> _files;
+    bool _keep = false;
 };
 
 } // namespace
@@ -63,13 +65,15 @@ private:
 int main(int argc, char **argv)
 {
     QApplication app(argc, argv);
-    const QStringList args = QApplication::arguments();
-    if (args.size() < 3) return 2;
+    QStringList args = QApplication::arguments().mid(1);
+    const bool keep = !args.isEmpty() && args.first() == QLatin1String("--keep");
+    if (keep) args.removeFirst();
+    if (args.size() < 2) return 2;
     QList<QUrl> files;
-    for (qsizetype i = 3; i < args.size(); ++i)
+    for (qsizetype i = 2; i < args.size(); ++i)
         files.append(QUrl::fromLocalFile(args.at(i)));
-    Source source(files);
-    source.setGeometry(args.at(1).toInt(), args.at(2).toInt(), 120, 120);
+    Source source(files, keep);
+    source.setGeometry(args.at(0).toInt(), args.at(1).toInt(), 120, 120);
     source.show();
     QTextStream(stdout) << "ready" << Qt::endl;
     return QApplication::exec();
