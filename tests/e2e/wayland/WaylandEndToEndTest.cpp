@@ -11,11 +11,14 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QPainter>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <optional>
 
 namespace kelp::test {
 namespace {
@@ -271,6 +274,9 @@ protected:
         if (IsSkipped() || HasFatalFailure()) return;
         if (QStandardPaths::findExecutable(QStringLiteral("update-desktop-database")).isEmpty())
             GTEST_SKIP() << "update-desktop-database is not installed";
+        // What the panel made of the drag is in the log a failure prints.
+        env.insert(QStringLiteral("QT_LOGGING_RULES"),
+                   QStringLiteral("kelp.platform.debug=true;kelp.window.debug=true"));
         const QString applications = home.filePath(QStringLiteral("data/applications"));
         ASSERT_TRUE(writeApp(QStringLiteral("zebra"), "Zebra Notes", "text/plain"));
         ASSERT_TRUE(writeApp(QStringLiteral("zoo"), "Zoo Pictures", "image/png"));
@@ -319,9 +325,16 @@ protected:
 
     // The centres of the two icons in the panel as the screen shows it now: below the bar, side
     // by side in a wide view, else one above the other.
-    bool findIcons()
+    // A drag in progress draws its icon at the pointer: `pointer` names where it is, and what
+    // differs from the source near it is not the panel.
+    bool findIcons(std::optional<QPoint> pointer = std::nullopt)
     {
-        const QRect panel = differingRect(SwaySession::instance().screenshot(), kSource);
+        QImage shot = SwaySession::instance().screenshot();
+        if (pointer) {
+            QPainter painter(&shot);
+            painter.fillRect(QRect(*pointer - QPoint(96, 96), QSize(192, 192)), QColor(kSource));
+        }
+        const QRect panel = differingRect(shot, kSource);
         if (panel.width() < 150) return false;
         const QRect view = panel.adjusted(8, 38, -8, -8);
         const bool wide = view.width() > view.height() * 3 / 2;
@@ -435,7 +448,7 @@ TEST_F(WaylandDrop, ADragRestingInTheHotCornerOpensThePanelForTheDrop)
         << "the drag resting in the hot corner did not open the panel: "
         << (log + kelp.readAll()).toStdString();
     QTest::qWait(1000); // faded in
-    ASSERT_TRUE(findIcons());
+    ASSERT_TRUE(findIcons(QPoint(1, 1)));
     carry(QPoint(1, 1), zebraIcon);
     EXPECT_EQ(release(), QStringLiteral("copy"));
     const QString zebraCaught = caughtBy(QStringLiteral("zebra"));
