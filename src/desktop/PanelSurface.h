@@ -9,6 +9,8 @@
 #include <QRect>
 #include <Qt>
 
+#include <functional>
+
 class QScreen;
 class QWindow;
 
@@ -44,6 +46,18 @@ public:
     virtual bool choosesLayer() const { return false; }
     // The layer from the next attach on, and for the shown panel where the desktop can move it.
     virtual void setLayer(PanelLayer) {}
+
+    // Menus opened from the shown panel. A panel the desktop places itself is no window a menu
+    // could be the transient child of: the menu must carry popupFlags() from before its show, and
+    // right after the show attachPopup() makes it a popup of the panel, opening below `anchor`
+    // (in the panel's coordinates). The desktop may close it (a click elsewhere): `dismissed` is
+    // then called. Returns false when the menu stays an ordinary one.
+    virtual Qt::WindowFlags popupFlags() const { return {}; }
+    virtual bool attachPopup(QWindow * /*popup*/, const QRect & /*anchor*/,
+                             std::function<void()> /*dismissed*/)
+    {
+        return false;
+    }
 };
 
 } // namespace kelp

@@ -6,6 +6,7 @@
 #include "desktop/Desktop.h"
 #include "desktop/HotKeys.h"
 #include "desktop/HotSpots.h"
+#include "desktop/PanelSurface.h"
 #include "desktop/StatusTray.h"
 #include "desktop/WorkspaceCheck.h"
 #include "extras/Logging.h"
@@ -27,6 +28,7 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPlainTextEdit>
+#include <QPointer>
 #include <QPushButton>
 #include <QScreen>
 #include <QSvgRenderer>
@@ -131,7 +133,20 @@ Triggers::Triggers(TQController &controller, TQAppManager &catalogue, TQWindow &
         qCDebug(lcTriggers) << "The gear button's menu at" << globalPos;
         delete _gearMenu;
         _gearMenu = statusItemMenu();
+        const std::shared_ptr<PanelSurface> surface = desktop().panelSurface;
+        const Qt::WindowFlags popupFlags = surface ? surface->popupFlags() : Qt::WindowFlags();
+        if (popupFlags) _gearMenu->setWindowFlags(_gearMenu->windowFlags() | popupFlags);
         _gearMenu->popup(globalPos);
+        // A panel the desktop places itself is no window a menu could be the child of: the
+        // desktop makes the menu the panel's popup, opening below the gear.
+        if (popupFlags && _gearMenu->windowHandle()) {
+            const QRect anchor(_panel.mapFromGlobal(globalPos), QSize(1, 1));
+            QPointer<QMenu> menu = _gearMenu;
+            if (!surface->attachPopup(_gearMenu->windowHandle(), anchor, [menu] {
+                    if (menu) menu->hide();
+                }))
+                qCInfo(lcTriggers) << "The gear button's menu opens as an ordinary window";
+        }
     });
     connect(&_catalogue, &TQAppManager::progressStep, this,
             [this](int step, int count, const QString &) {

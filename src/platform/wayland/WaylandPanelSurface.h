@@ -11,8 +11,12 @@
 #include "desktop/PanelSurface.h"
 
 #include <cstdint>
+#include <memory>
 
 struct wl_surface;
+struct xdg_popup;
+struct xdg_surface;
+struct xdg_wm_base;
 struct zwlr_layer_shell_v1;
 struct zwlr_layer_surface_v1;
 
@@ -39,9 +43,18 @@ public:
     // The layer shell's layer for the panel's.
     static uint32_t shellLayer(PanelLayer layer);
 
+    // Menus of the shown panel become xdg popups of its layer surface, with the pointer and
+    // keyboard grabbed as any menu's: a click elsewhere dismisses them.
+    Qt::WindowFlags popupFlags() const override;
+    bool attachPopup(QWindow *popup, const QRect &anchor, std::function<void()> dismissed) override;
+    // Right before the menu's surface goes (its window hides), or when the compositor dismissed it.
+    void detachPopup();
+
     // Called by the compositor's events.
     void configured(uint32_t serial);
     void closed();
+    void popupConfigured(uint32_t serial);
+    void popupDone();
 
 private:
     void place(const QRect &frame, QScreen *screen, bool moved);
@@ -53,6 +66,10 @@ private:
     wl_surface *_surface = nullptr;
     bool _configured = false;
     PanelLayer _panelLayer = PanelLayer::Overlay;
+
+    xdg_wm_base *_wm = nullptr;
+    struct Popup;
+    std::unique_ptr<Popup> _popup;
 };
 
 } // namespace kelp

@@ -200,6 +200,77 @@ TEST_F(Wayland, AClickOnAnIconLaunchesIt)
         << "a click on the icon did not launch the application: " << kelp.readAll().toStdString();
 }
 
+// Sway has no tray: the panel's gear button carries Kelp's menu. The menu opens as the panel's
+// popup, beside it and above the fullscreen window; a click elsewhere closes it, and its items act.
+TEST_F(Wayland, TheGearButtonsMenuOpensFromThePanelClosesOnAClickElsewhereAndActs)
+{
+    startFullscreenWindow();
+    startKelp({QStringLiteral("--show")});
+    ASSERT_TRUE(waitUntil([this] { return panelShowing(); }, 20000));
+    QTest::qWait(1500);
+    SwaySession &sway = SwaySession::instance();
+    const QRect panel = differingRect(sway.screenshot(), kFullscreen.rgb());
+    ASSERT_GE(panel.width(), 150);
+
+    // The gear sits in the panel's top-right corner; its menu opens below it, reaching past the
+    // panel's edge.
+    const QPoint gear(panel.right() - 19, panel.top() + 20);
+    QRect both;
+    auto openMenu = [&] {
+        if (!sway.pointerMoveTo(gear.x() - 20, gear.y())) return false;
+        QTest::qWait(200);
+        if (!sway.click(gear.x(), gear.y())) return false;
+        return waitUntil(
+            [&] {
+                both = differingRect(sway.screenshot(), kFullscreen.rgb());
+                return !panel.contains(both);
+            },
+            5000);
+    };
+    // Gone: nothing drawn outside the panel's place (the panel may have hidden too) but the
+    // pointer, resting where it clicked.
+    const QPoint elsewhere(40, 40);
+    auto menuGone = [&] {
+        return waitUntil(
+            [&] {
+                QImage shot = sway.screenshot();
+                QPainter(&shot).fillRect(QRect(elsewhere - QPoint(8, 8), QSize(48, 48)),
+                                         kFullscreen);
+                const QRect drawn = differingRect(shot, kFullscreen.rgb());
+                return drawn.isEmpty() || panel.contains(drawn);
+            },
+            5000);
+    };
+    ASSERT_TRUE(openMenu()) << "no menu came out of the gear button: "
+                            << kelp.readAll().toStdString();
+    EXPECT_LE(both.top(), gear.y() + 20) << "the menu opens at the gear, not elsewhere";
+
+    QTest::qWait(300);
+    ASSERT_TRUE(sway.click(elsewhere.x(), elsewhere.y()));
+    EXPECT_TRUE(menuGone()) << "a click elsewhere left the menu open";
+
+    // The first item shows or hides the panel.
+    ASSERT_EQ(runKelp({QStringLiteral("--show")}), 0);
+    ASSERT_TRUE(waitUntil([this] { return panelShowing(); }, 10000));
+    QTest::qWait(1000);
+    ASSERT_TRUE(openMenu()) << "the menu did not open again: " << kelp.readAll().toStdString();
+    // The menu's top edge, in a column beside the panel where only the menu is drawn.
+    QTest::qWait(300);
+    const int menuX =
+        both.right() > panel.right() ? (panel.right() + both.right()) / 2 : gear.x() + 20;
+    const QImage shot = sway.screenshot();
+    int menuTop = panel.bottom();
+    for (int y = 0; y < shot.height(); ++y) {
+        if ((shot.pixel(menuX, y) | 0xff000000u) != kFullscreen.rgb()) {
+            menuTop = y;
+            break;
+        }
+    }
+    ASSERT_TRUE(sway.click(menuX, menuTop + 12));
+    EXPECT_TRUE(waitUntil([&] { return centrePixel() == kFullscreen.rgb(); }, 10000))
+        << "the menu's first item did not hide the panel: " << kelp.readAll().toStdString();
+}
+
 // The hot spot in the top-left corner of the output: a pointer resting there opens the panel,
 // one passing through does not.
 TEST_F(Wayland, RestingInTheHotCornerShowsThePanelPassingThroughDoesNot)
