@@ -48,7 +48,9 @@ protected:
                               "[Desktop Entry]\nType=Application\nName=Zebra Clock\n"
                               "Exec=xclock\n"));
         env = displayHomeEnvironment(home.path());
-        env.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("kelp.triggers.debug=true"));
+        // Kelp's log names each show or hide and why: a failure prints it.
+        env.insert(QStringLiteral("QT_LOGGING_RULES"),
+                   QStringLiteral("kelp.triggers.debug=true;kelp.platform.debug=true"));
         xdo({QStringLiteral("mousemove"), QStringLiteral("640"), QStringLiteral("400")});
     }
 
@@ -133,16 +135,21 @@ TEST_F(Triggers, HotKeyShowsAndHidesThePanelAlsoWithTheLocksOn)
     ASSERT_FALSE(panelShown());
     auto press = [&] { xdo({QStringLiteral("key"), QStringLiteral("ctrl+Tab")}); };
     press();
-    EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000)) << "Control-Tab showed the panel";
+    EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000)) << "Control-Tab showed the panel\n"
+                                                                << qPrintable(log());
     press();
-    EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 10000)) << "and hid it";
+    EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 10000)) << "and hid it\n"
+                                                                 << qPrintable(log());
 
     for (const char *lock : {"Num_Lock", "Caps_Lock"}) {
         xdo({QStringLiteral("key"), QLatin1String(lock)});
         press();
-        EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000)) << "shown with " << lock;
+        EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000)) << "shown with " << lock << "\n"
+                                                                    << qPrintable(log());
         press();
-        EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 10000)) << "hidden with " << lock;
+        EXPECT_TRUE(waitUntil([&] { return !panelShown(); }, 10000))
+            << "hidden with " << lock << "\n"
+            << qPrintable(log());
     }
     xdo({QStringLiteral("key"), QStringLiteral("Num_Lock"), QStringLiteral("Caps_Lock")});
 
