@@ -1,10 +1,12 @@
 # Running applications and window control on Wayland, from the compositor's window list: the
-# wlroots foreign-toplevel protocol (kept in protocols/, not packaged in Debian 12) and KDE's
-# window management (from plasma-wayland-protocols).
+# wlroots foreign-toplevel protocol and the ext foreign-toplevel list (both kept in protocols/,
+# not packaged in Debian 12) and KDE's window management (from plasma-wayland-protocols).
 find_package(PlasmaWaylandProtocols REQUIRED)
 add_library(kelp_wayland_window_list_protocols STATIC)
 kelp_wayland_protocol(kelp_wayland_window_list_protocols
     wayland/protocols/wlr-foreign-toplevel-management-unstable-v1.xml)
+kelp_wayland_protocol(kelp_wayland_window_list_protocols
+    wayland/protocols/ext-foreign-toplevel-list-v1.xml)
 kelp_wayland_protocol(kelp_wayland_window_list_protocols
     ${PLASMA_WAYLAND_PROTOCOLS_DIR}/plasma-window-management.xml)
 set_target_properties(kelp_wayland_window_list_protocols PROPERTIES

@@ -10,6 +10,7 @@
 
 #include <wayland-client.h>
 
+#include "ext-foreign-toplevel-list-v1-client-protocol.h"
 #include "plasma-window-management-client-protocol.h"
 #include "wlr-foreign-toplevel-management-unstable-v1-client-protocol.h"
 
@@ -43,6 +44,7 @@ struct WaylandRunningApplications::Toplevel
     WaylandRunningApplications *owner = nullptr;
     zwlr_foreign_toplevel_handle_v1 *wlr = nullptr;
     org_kde_plasma_window *plasma = nullptr;
+    ext_foreign_toplevel_handle_v1 *ext = nullptr;
     quint32 id = 0;
     ToplevelState pending;
     ToplevelState current;
@@ -190,6 +192,49 @@ struct WaylandRunningApplications::PlasmaListeners
         onShowDesktop, onWindow, nullptr, nullptr, nullptr};
 };
 
+// --- ext_foreign_toplevel_list_v1 -------------------------------------------------------------
+
+struct WaylandRunningApplications::ExtListeners
+{
+    static void onClosed(void *data, ext_foreign_toplevel_handle_v1 *)
+    {
+        auto *self = static_cast<Toplevel *>(data);
+        self->owner->toplevelGone(self);
+    }
+    static void onDone(void *data, ext_foreign_toplevel_handle_v1 *)
+    {
+        auto *self = static_cast<Toplevel *>(data);
+        self->owner->toplevelUpdated(self);
+    }
+    static void onTitle(void *data, ext_foreign_toplevel_handle_v1 *, const char *title)
+    {
+        static_cast<Toplevel *>(data)->pending.title = QString::fromUtf8(title);
+    }
+    static void onAppId(void *data, ext_foreign_toplevel_handle_v1 *, const char *appId)
+    {
+        static_cast<Toplevel *>(data)->pending.appId = QString::fromUtf8(appId);
+    }
+    static void onIdentifier(void *, ext_foreign_toplevel_handle_v1 *, const char *) {}
+    static constexpr ext_foreign_toplevel_handle_v1_listener handleListener = {
+        onClosed, onDone, onTitle, onAppId, onIdentifier};
+
+    static void onToplevel(void *data, ext_foreign_toplevel_list_v1 *,
+                           ext_foreign_toplevel_handle_v1 *handle)
+    {
+        Toplevel &toplevel = static_cast<WaylandRunningApplications *>(data)->addToplevel();
+        toplevel.ext = handle;
+        ext_foreign_toplevel_handle_v1_add_listener(handle, &ExtListeners::handleListener,
+                                                    &toplevel);
+    }
+    static void onFinished(void *data, ext_foreign_toplevel_list_v1 *list)
+    {
+        qCInfo(lcPlatform) << "The compositor stopped sharing its window list";
+        ext_foreign_toplevel_list_v1_destroy(list);
+        static_cast<WaylandRunningApplications *>(data)->_extList = nullptr;
+    }
+    static constexpr ext_foreign_toplevel_list_v1_listener listListener = {onToplevel, onFinished};
+};
+
 // --- The registry -----------------------------------------------------------------------------
 
 WaylandRunningApplications::WaylandRunningApplications(
@@ -224,6 +269,16 @@ WaylandRunningApplications::WaylandRunningApplications(
                                                       &PlasmaListeners::managerListener, this);
         qCInfo(lcPlatform) << "Running applications from org_kde_plasma_window_management version"
                            << _boundVersion;
+    } else if (_extName != 0) {
+        // Listing only: the running group is complete, but windows cannot be brought forward,
+        // minimised or closed from Kelp.
+        _source = Source::ExtForeignToplevelList;
+        _boundVersion = 1;
+        _extList = static_cast<ext_foreign_toplevel_list_v1 *>(wl_registry_bind(
+            _registry, _extName, &ext_foreign_toplevel_list_v1_interface, _boundVersion));
+        ext_foreign_toplevel_list_v1_add_listener(_extList, &ExtListeners::listListener, this);
+        qCInfo(lcPlatform) << "Running applications from ext_foreign_toplevel_list_v1 (listing "
+                              "only: Kelp cannot bring their windows forward)";
     } else {
         qCInfo(lcPlatform) << "The compositor shares no window list; the running group stays "
                               "empty and says so";
@@ -245,6 +300,7 @@ WaylandRunningApplications::~WaylandRunningApplications()
     if (!_display || _display->isGone()) return;
     for (const auto &toplevel : _toplevels) {
         if (toplevel->wlr) zwlr_foreign_toplevel_handle_v1_destroy(toplevel->wlr);
+        if (toplevel->ext) ext_foreign_toplevel_handle_v1_destroy(toplevel->ext);
         if (toplevel->plasma) {
             if (_boundVersion >= 4)
                 org_kde_plasma_window_destroy(toplevel->plasma);
@@ -253,6 +309,10 @@ WaylandRunningApplications::~WaylandRunningApplications()
         }
     }
     const bool live = !_display->isBroken();
+    if (_extList) {
+        if (live) ext_foreign_toplevel_list_v1_stop(_extList);
+        ext_foreign_toplevel_list_v1_destroy(_extList);
+    }
     if (_wlrManager) {
         if (live) zwlr_foreign_toplevel_manager_v1_stop(_wlrManager);
         zwlr_foreign_toplevel_manager_v1_destroy(_wlrManager);
@@ -273,6 +333,8 @@ void WaylandRunningApplications::onGlobal(void *data, wl_registry *registry, uin
     } else if (std::strcmp(interface, org_kde_plasma_window_management_interface.name) == 0) {
         self->_plasmaName = name;
         self->_plasmaVersion = version;
+    } else if (std::strcmp(interface, ext_foreign_toplevel_list_v1_interface.name) == 0) {
+        self->_extName = name;
     } else if (std::strcmp(interface, wl_seat_interface.name) == 0 && !self->_seat) {
         // Activation names a seat; the first one is the user's.
         self->_seatName = name;
@@ -325,6 +387,7 @@ void WaylandRunningApplications::toplevelUpdated(Toplevel *toplevel)
 void WaylandRunningApplications::toplevelGone(Toplevel *toplevel)
 {
     if (toplevel->wlr) zwlr_foreign_toplevel_handle_v1_destroy(toplevel->wlr);
+    if (toplevel->ext) ext_foreign_toplevel_handle_v1_destroy(toplevel->ext);
     if (toplevel->plasma) {
         if (_boundVersion >= 4)
             org_kde_plasma_window_destroy(toplevel->plasma);
@@ -477,6 +540,9 @@ bool WaylandRunningApplications::activateWindows(const QList<quint32> &windows)
     }
     if (!sent && !windows.isEmpty() && _source == Source::WlrForeignToplevel && !_seat)
         qCWarning(lcPlatform) << "Cannot bring a window forward: the compositor offers no seat";
+    if (!sent && !windows.isEmpty() && _source == Source::ExtForeignToplevelList)
+        qCInfo(lcPlatform) << "Cannot bring a window forward: the compositor's window list is "
+                              "for listing only";
     if (!_display || _display->isBroken()) return false;
     _display->flush();
     return sent;

@@ -2,15 +2,16 @@
 // Running applications on a Wayland compositor that shares its window list: the wlroots family
 // (sway...) through zwlr_foreign_toplevel_manager_v1, KDE Plasma through
 // org_kde_plasma_window_management (which KWin offers only to programs whose installed desktop
-// entry names it in X-KDE-Wayland-Interfaces).
+// entry names it in X-KDE-Wayland-Interfaces), and any other compositor offering the read-only
+// ext_foreign_toplevel_list_v1 (listing only: no activation, minimising or closing through it).
 //
 // Kelp binds the first of them the compositor offers, never at a higher version than offered,
 // and a seat, on a registry of its own. Each toplevel's app id, title and state arrive as events
 // and take effect together (wlroots' "done", KWin's initial state and each change after it), when
-// the applications are grouped again by the rules of desktop/WindowMatching.h. wlroots toplevels
-// name no process and are matched by app id alone; KWin's name their process too. A toplevel
-// nothing claims stands for an application of its own. Nothing runs while no toplevel comes, goes
-// or changes.
+// the applications are grouped again by the rules of desktop/WindowMatching.h. wlroots and ext
+// toplevels name no process and are matched by app id alone; KWin's name their process too. A
+// toplevel nothing claims stands for an application of its own. Nothing runs while no toplevel
+// comes, goes or changes.
 #include "desktop/RunningApplications.h"
 #include "desktop/WindowMatching.h"
 #include "platform/gio/DesktopEntryIndex.h"
@@ -24,6 +25,7 @@ struct zwlr_foreign_toplevel_manager_v1;
 struct zwlr_foreign_toplevel_handle_v1;
 struct org_kde_plasma_window_management;
 struct org_kde_plasma_window;
+struct ext_foreign_toplevel_list_v1;
 
 namespace kelp {
 
@@ -33,7 +35,7 @@ class WaylandRunningApplications : public RunningApplications
 {
     Q_OBJECT
 public:
-    enum class Source { None, WlrForeignToplevel, PlasmaWindowManagement };
+    enum class Source { None, WlrForeignToplevel, PlasmaWindowManagement, ExtForeignToplevelList };
 
     // Looks for a window list with one roundtrip (two when there is one: its toplevels).
     explicit WaylandRunningApplications(std::shared_ptr<WaylandClientDisplay> display,
@@ -78,8 +80,10 @@ private:
     struct Toplevel;
     struct WlrListeners;
     struct PlasmaListeners;
+    struct ExtListeners;
     friend struct WlrListeners;
     friend struct PlasmaListeners;
+    friend struct ExtListeners;
 
     static void onGlobal(void *data, wl_registry *registry, uint32_t name, const char *interface,
                          uint32_t version);
@@ -101,8 +105,9 @@ private:
     quint32 _boundVersion = 0;
     zwlr_foreign_toplevel_manager_v1 *_wlrManager = nullptr;
     org_kde_plasma_window_management *_plasmaManager = nullptr;
+    ext_foreign_toplevel_list_v1 *_extList = nullptr;
     // Offered globals, bound after the first roundtrip in order of preference.
-    uint32_t _wlrName = 0, _wlrVersion = 0, _plasmaName = 0, _plasmaVersion = 0;
+    uint32_t _wlrName = 0, _wlrVersion = 0, _plasmaName = 0, _plasmaVersion = 0, _extName = 0;
 
     // In the order the compositor announced them: launch order.
     std::vector<std::unique_ptr<Toplevel>> _toplevels;

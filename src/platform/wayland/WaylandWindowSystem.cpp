@@ -18,7 +18,10 @@ bool addWaylandRunningApplications(Desktop &services,
     auto running = std::make_shared<WaylandRunningApplications>(display);
     services.running = running;
     if (!running->isAvailable()) return false;
-    services.windowControl = std::make_shared<WaylandWindowControl>(running);
+    // A list for listing only controls no window: Return on a running application launches it,
+    // which a single-instance program answers by coming forward.
+    if (running->source() != WaylandRunningApplications::Source::ExtForeignToplevelList)
+        services.windowControl = std::make_shared<WaylandWindowControl>(running);
     return true;
 }
 
