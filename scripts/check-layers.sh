@@ -9,10 +9,12 @@ cd "$(dirname "$0")/.."
 
 # Test harness code that drives a real X server itself (starting Xvfb, making windows without
 # Kelp's help) may talk to it directly, and so may the GIO lister the differential test compares
-# Kelp with, and the tests' virtual pointer, a Wayland client of its own.
+# Kelp with, the tests' virtual pointer, a Wayland client of its own, and the tests' one-protocol
+# compositor.
 allowed_desktop_includes=(
     tests/support/XSession.h
     tests/support/VirtualPointer.cpp
+    tests/support/ToplevelListServer.cpp
     tests/desktop/X11DesktopTest.cpp
     bench/launcher/FirstMap.cpp
     bench/triggers/TriggerToMap.cpp
