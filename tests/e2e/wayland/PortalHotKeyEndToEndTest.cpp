@@ -86,6 +86,10 @@ protected:
         portalEnv.insert(QStringLiteral("XDG_DESKTOP_PORTAL_DIR"),
                          home.filePath(QStringLiteral("portals")));
         portalEnv.insert(QStringLiteral("XDG_CURRENT_DESKTOP"), QStringLiteral("kelptest"));
+        // The private data folders hide the machine's GSettings schemas, and the portal stops at
+        // once without them where GIO's proxy modules (glib-networking) are installed.
+        portalEnv.insert(QStringLiteral("GSETTINGS_SCHEMA_DIR"),
+                         QStringLiteral("/usr/share/glib-2.0/schemas"));
         portal.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         sway.startAsUser(portal, kPortal, {}, portalEnv);
         ASSERT_TRUE(waitUntil([&] { return portalOnBus(); }, 15000)) << "the portal never started";
