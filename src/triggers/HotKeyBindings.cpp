@@ -134,16 +134,27 @@ std::optional<QString> swayBinding(const HotKeyChord &chord)
     return QStringLiteral("bindsym %1 exec kelp --toggle").arg(*keys);
 }
 
-QString hotKeyBindingSteps(const std::optional<HotKeyChord> &chord)
+QString hotKeyBindingSteps(const std::optional<HotKeyChord> &chord, const QString &currentDesktop)
 {
     const auto tr = [](const char *text) { return QCoreApplication::translate("HotKeys", text); };
+    const auto line = chord ? swayBinding(*chord) : std::nullopt;
+    const QString sway =
+        line ? tr("On sway, add this line to ~/.config/sway/config and reload: %1").arg(*line)
+             : QString();
+    const QString gnome = tr("On GNOME: Settings → Keyboard → Keyboard Shortcuts → Custom "
+                             "Shortcuts, add one with the command kelp --toggle and your keys.");
+    const QString kde = tr("On KDE Plasma: System Settings → Shortcuts → Add New → Command or "
+                           "Script, with the command kelp --toggle and your keys.");
+    const QStringList desktops = currentDesktop.split(u':', Qt::SkipEmptyParts);
+    auto names = [&](QLatin1StringView name) {
+        return desktops.contains(name, Qt::CaseInsensitive);
+    };
+    if (names(QLatin1StringView("GNOME"))) return gnome;
+    if (names(QLatin1StringView("KDE"))) return kde;
+    if (names(QLatin1StringView("sway")) && line) return sway;
     QStringList steps;
-    if (const auto line = chord ? swayBinding(*chord) : std::nullopt)
-        steps << tr("On sway, add this line to ~/.config/sway/config and reload: %1").arg(*line);
-    steps << tr("On GNOME: Settings → Keyboard → Keyboard Shortcuts → Custom Shortcuts, add one "
-                "with the command kelp --toggle and your keys.")
-          << tr("On KDE Plasma: System Settings → Shortcuts → Add New → Command or Script, with "
-                "the command kelp --toggle and your keys.");
+    if (line) steps << sway;
+    steps << gnome << kde;
     return steps.join(u'\n');
 }
 

@@ -26,6 +26,9 @@ std::optional<QString> swayBinding(const HotKeyChord &chord);
 
 // What the user does to bind the hot key by hand: the sway line, then GNOME's and KDE's steps
 // (each with the command kelp --toggle). Without a chord that sway can express, the steps alone.
-QString hotKeyBindingSteps(const std::optional<HotKeyChord> &chord);
+// `currentDesktop` is $XDG_CURRENT_DESKTOP (names separated by colons): where it names GNOME, KDE
+// or sway, only that desktop's steps (sway's only with a line to give); otherwise all of them.
+QString hotKeyBindingSteps(const std::optional<HotKeyChord> &chord,
+                           const QString &currentDesktop = {});
 
 } // namespace kelp

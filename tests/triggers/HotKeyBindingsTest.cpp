@@ -64,6 +64,25 @@ TEST(HotKeyBindings, KeysWithoutANameGiveTheStepsWithoutASwayLine)
                     .contains(QStringLiteral("bindsym Ctrl+k exec kelp --toggle")));
 }
 
+TEST(HotKeyBindings, TheStepsAreTheCurrentDesktopsWhereItIsKnown)
+{
+    const auto chord = stored(40, kControl);
+    const auto only = [&](const char *desktop, const char *wanted) {
+        const QString steps = hotKeyBindingSteps(chord, QString::fromLatin1(desktop));
+        return steps.count(QStringLiteral("kelp --toggle")) == 1 &&
+               steps.contains(QString::fromUtf8(wanted));
+    };
+    EXPECT_TRUE(only("GNOME", "Custom Shortcuts"));
+    EXPECT_TRUE(only("ubuntu:GNOME", "Custom Shortcuts"));
+    EXPECT_TRUE(only("KDE", "Command or Script"));
+    EXPECT_TRUE(only("sway", "bindsym Ctrl+k"));
+    // Unknown or unset: every desktop's steps; sway without a line to give: the others'.
+    EXPECT_EQ(hotKeyBindingSteps(chord, QStringLiteral("XFCE")).count(u'\n'), 2);
+    EXPECT_EQ(hotKeyBindingSteps(chord, {}), hotKeyBindingSteps(chord));
+    const HotKeyChord unnamed{Qt::Key_VolumeUp, false, Qt::ControlModifier};
+    EXPECT_EQ(hotKeyBindingSteps(unnamed, QStringLiteral("sway")).count(u'\n'), 1);
+}
+
 TEST(PortalHotKeys, WithoutASessionBusTheHotKeyIsRefusedWithTheSwayLine)
 {
     PortalHotKeys keys(QDBusConnection(QStringLiteral("kelp-no-bus")));

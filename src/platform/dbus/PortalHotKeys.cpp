@@ -179,7 +179,8 @@ void PortalHotKeys::apply()
 
 void PortalHotKeys::fail(const QString &why)
 {
-    _failure = why + u'\n' + hotKeyBindingSteps(_chord);
+    _failure =
+        why + u'\n' + hotKeyBindingSteps(_chord, qEnvironmentVariable("XDG_CURRENT_DESKTOP"));
     qCWarning(lcTriggers).noquote() << _failure;
     Q_EMIT failureChanged();
 }
