@@ -344,24 +344,35 @@ QMenu *Triggers::statusItemMenu(QWidget *parent)
     auto *menu = new QMenu(parent);
     menu->setTitle(QStringLiteral("StatusItemMenu"));
     menu->setWindowTitle(tr("Kelp Menu"));
-    OpenWindows open;
-    open.preferences = _controller.isPrefsWindowVisible();
-    open.feedback = _controller.isFeedbackWindowVisible();
-    open.welcome = _controller.isWelcomeWindowVisible();
     for (const MenuEntry &entry : kelp::statusItemMenu(mainMenuItems())) {
         if (entry.separator) {
             menu->addSeparator();
             continue;
         }
         QAction *action = menu->addAction(entry.title);
-        action->setEnabled(validateMenuItem(entry.action, open));
+        action->setData(int(entry.action));
         const MenuAction which = entry.action;
         // Queued: the menu closes before the action opens a window or quits.
         connect(
             action, &QAction::triggered, this, [this, which]() { performMenuAction(which); },
             Qt::QueuedConnection);
     }
+    // A menu kept for a while (the status notifier's) says what is open as it shows.
+    validateMenu(menu);
+    connect(menu, &QMenu::aboutToShow, this, [this, menu] { validateMenu(menu); });
     return menu;
+}
+
+void Triggers::validateMenu(QMenu *menu) const
+{
+    OpenWindows open;
+    open.preferences = _controller.isPrefsWindowVisible();
+    open.feedback = _controller.isFeedbackWindowVisible();
+    open.welcome = _controller.isWelcomeWindowVisible();
+    for (QAction *action : menu->actions()) {
+        if (!action->data().isValid()) continue;
+        action->setEnabled(validateMenuItem(MenuAction(action->data().toInt()), open));
+    }
 }
 
 void Triggers::performMenuAction(MenuAction action)

@@ -54,6 +54,8 @@ public:
     void updateStatusBar();
     // A new menu each time; the caller owns it.
     QMenu *statusItemMenu(QWidget *parent = nullptr);
+    // Greys the items of Kelp's menu whose window is open now.
+    void validateMenu(QMenu *menu) const;
     bool hasStatusItem() const;
     void quitApp();
     void autoExcludeApps();

@@ -54,6 +54,7 @@ struct MenuItem
 {
     int id = 0;
     QString label;
+    bool enabled = true;
 };
 
 // A dbusmenu layout, (ia{sv}av) with each child a variant holding the same, flattened.
@@ -72,7 +73,8 @@ void readLayout(const QDBusArgument &arg, QList<MenuItem> &items)
     arg.endArray();
     arg.endStructure();
     if (properties.contains(QStringLiteral("label")))
-        items << MenuItem{id, properties.value(QStringLiteral("label")).toString()};
+        items << MenuItem{id, properties.value(QStringLiteral("label")).toString(),
+                          properties.value(QStringLiteral("enabled"), true).toBool()};
 }
 
 class StatusNotifier : public ::testing::Test
@@ -115,14 +117,15 @@ protected:
         bus.waitForFinished(3000);
     }
 
-    bool panelShown()
+    bool shown(const QString &window)
     {
         QProcess p;
         p.setProcessEnvironment(env);
-        p.start(QStringLiteral("xwininfo"), {QStringLiteral("-name"), QStringLiteral("Kelp Main")});
+        p.start(QStringLiteral("xwininfo"), {QStringLiteral("-name"), window});
         p.waitForFinished(10000);
         return p.readAllStandardOutput().contains("IsViewable");
     }
+    bool panelShown() { return shown(QStringLiteral("Kelp Main")); }
 
     QProcess bus, kelp;
     QByteArray log;
@@ -191,6 +194,24 @@ TEST_F(StatusNotifier, ItemRegistersTogglesOnActivateAndOffersTheMenu)
     ASSERT_EQ(layout.arguments().size(), 2);
     QList<MenuItem> items;
     readLayout(qvariant_cast<QDBusArgument>(layout.arguments().at(1)), items);
+    // The host's menu as it opens: AboutToShow, then the layout.
+    auto menuAsShown = [&] {
+        QDBusMessage about =
+            QDBusMessage::createMethodCall(item, menuPath, QStringLiteral("com.canonical.dbusmenu"),
+                                           QStringLiteral("AboutToShow"));
+        about << 0;
+        desktop.call(about, QDBus::Block, 5000);
+        QList<MenuItem> now;
+        const QDBusMessage reply = desktop.call(layoutCall, QDBus::Block, 5000);
+        if (reply.arguments().size() == 2)
+            readLayout(qvariant_cast<QDBusArgument>(reply.arguments().at(1)), now);
+        return now;
+    };
+    auto itemCalled = [](const QList<MenuItem> &list, const QString &label) {
+        const auto it = std::find_if(list.begin(), list.end(),
+                                     [&](const MenuItem &i) { return i.label == label; });
+        return it == list.end() ? MenuItem{} : *it;
+    };
     QStringList labels;
     for (const MenuItem &i : items)
         if (!i.label.isEmpty()) labels << i.label;
@@ -209,6 +230,20 @@ TEST_F(StatusNotifier, ItemRegistersTogglesOnActivateAndOffersTheMenu)
           << 0u;
     desktop.call(event, QDBus::Block, 5000);
     EXPECT_TRUE(waitUntil([&] { return panelShown(); }, 10000)) << "the menu's Show/Hide Kelp";
+
+    // Preferences… opens the preferences; while they are open the host's menu greys the item.
+    const QString prefs = QStringLiteral("Preferences…");
+    ASSERT_TRUE(itemCalled(items, prefs).enabled);
+    QDBusMessage open = QDBusMessage::createMethodCall(
+        item, menuPath, QStringLiteral("com.canonical.dbusmenu"), QStringLiteral("Event"));
+    open << itemCalled(items, prefs).id << QStringLiteral("clicked")
+         << QVariant::fromValue(QDBusVariant(0)) << 0u;
+    desktop.call(open, QDBus::Block, 5000);
+    ASSERT_TRUE(waitUntil([&] { return shown(QStringLiteral("Kelp Preferences")); }, 10000))
+        << "the menu's Preferences… opened no preferences\n"
+        << log.constData();
+    EXPECT_FALSE(itemCalled(menuAsShown(), prefs).enabled)
+        << "Preferences… stays available while the preferences are open";
 }
 
 #include "StatusNotifierEndToEndTest.moc"
