@@ -96,6 +96,24 @@ protected:
         ASSERT_TRUE(kelp.waitForStarted());
     }
 
+    // Kelp with the hot spot in the top-left corner (a 0.6 s rest opens the panel) and `extra`
+    // settings, once the hot spot is placed; `log` holds what Kelp said so far.
+    void startKelpWithHotCorner(QByteArray &log, const QByteArray &extra = {})
+    {
+        ASSERT_TRUE(writeSettings("<key>cursorHotSpotLocation</key><integer>1</integer>"
+                                  "<key>cursorHotSpotDelay</key><real>0.6</real>" +
+                                  extra));
+        startKelp();
+        ASSERT_TRUE(waitUntil(
+            [&] {
+                log += kelp.readAll();
+                return log.contains("hot spot as layer surfaces");
+            },
+            20000))
+            << log.toStdString();
+        QTest::qWait(1500); // the catalogue in, the hot spot placed
+    }
+
     int runKelp(const QStringList &arguments)
     {
         QProcess p;
@@ -275,19 +293,9 @@ TEST_F(Wayland, TheGearButtonsMenuOpensFromThePanelClosesOnAClickElsewhereAndAct
 // one passing through does not.
 TEST_F(Wayland, RestingInTheHotCornerShowsThePanelPassingThroughDoesNot)
 {
-    ASSERT_TRUE(writeSettings("<key>cursorHotSpotLocation</key><integer>1</integer>"
-                              "<key>cursorHotSpotDelay</key><real>0.6</real>"));
     startFullscreenWindow();
-    startKelp();
     QByteArray log;
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            log += kelp.readAll();
-            return log.contains("hot spot as layer surfaces");
-        },
-        20000))
-        << log.toStdString();
-    QTest::qWait(1500); // the catalogue in, the hot spot placed
+    ASSERT_NO_FATAL_FAILURE(startKelpWithHotCorner(log));
     SwaySession &sway = SwaySession::instance();
 
     // Through the corner and out again at a hand's speed.
@@ -498,19 +506,8 @@ TEST_F(WaylandDrop, AFileDroppedOnAnIconOpensWithThatApplicationOnly)
 // with that application.
 TEST_F(WaylandDrop, ADragRestingInTheHotCornerOpensThePanelForTheDrop)
 {
-    ASSERT_TRUE(writeSettings("<key>cursorHotSpotLocation</key><integer>1</integer>"
-                              "<key>cursorHotSpotDelay</key><real>0.6</real>"
-                              "<key>showWindowAtLaunch</key><false/>"));
-    startKelp();
     QByteArray log;
-    ASSERT_TRUE(waitUntil(
-        [&] {
-            log += kelp.readAll();
-            return log.contains("hot spot as layer surfaces");
-        },
-        20000))
-        << log.toStdString();
-    QTest::qWait(1500); // the catalogue in, the hot spot placed
+    ASSERT_NO_FATAL_FAILURE(startKelpWithHotCorner(log, "<key>showWindowAtLaunch</key><false/>"));
     ASSERT_EQ(centrePixel(), kSource) << "the panel shows before the drag";
 
     ASSERT_TRUE(pressOnSource());
