@@ -48,8 +48,9 @@ struct WaylandRunningApplications::Toplevel
     quint32 id = 0;
     ToplevelState pending;
     ToplevelState current;
-    WindowFacts process;  // what /proc told of its process (KWin), read once
-    bool counted = false; // its first complete update arrived: it counts from then on
+    std::set<wl_output *> outputs; // where a wlroots toplevel is shown
+    WindowFacts process;           // what /proc told of its process (KWin), read once
+    bool counted = false;          // its first complete update arrived: it counts from then on
 };
 
 // --- zwlr_foreign_toplevel_manager_v1 ---------------------------------------------------------
@@ -64,12 +65,20 @@ struct WaylandRunningApplications::WlrListeners
     {
         static_cast<Toplevel *>(data)->pending.appId = QString::fromUtf8(appId);
     }
-    static void onOutput(void *, zwlr_foreign_toplevel_handle_v1 *, wl_output *) {}
+    static void onOutputEnter(void *data, zwlr_foreign_toplevel_handle_v1 *, wl_output *output)
+    {
+        static_cast<Toplevel *>(data)->outputs.insert(output);
+    }
+    static void onOutputLeave(void *data, zwlr_foreign_toplevel_handle_v1 *, wl_output *output)
+    {
+        static_cast<Toplevel *>(data)->outputs.erase(output);
+    }
     static void onState(void *data, zwlr_foreign_toplevel_handle_v1 *, wl_array *states)
     {
         auto *self = static_cast<Toplevel *>(data);
         self->pending.activated = false;
         self->pending.minimised = false;
+        self->pending.fullscreen = false;
         // An array of 32-bit values; a size that is no multiple of four is read as far as it goes.
         const size_t count = states->size / sizeof(uint32_t);
         for (size_t i = 0; i < count; ++i) {
@@ -80,6 +89,8 @@ struct WaylandRunningApplications::WlrListeners
                 self->pending.activated = true;
             if (state == ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_MINIMIZED)
                 self->pending.minimised = true;
+            if (state == ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_STATE_FULLSCREEN)
+                self->pending.fullscreen = true;
         }
     }
     static void onDone(void *data, zwlr_foreign_toplevel_handle_v1 *)
@@ -98,7 +109,7 @@ struct WaylandRunningApplications::WlrListeners
         static_cast<Toplevel *>(data)->pending.hasParent = parent != nullptr;
     }
     static constexpr zwlr_foreign_toplevel_handle_v1_listener handleListener = {
-        onTitle, onAppId, onOutput, onOutput, onState, onDone, onClosed, onParent,
+        onTitle, onAppId, onOutputEnter, onOutputLeave, onState, onDone, onClosed, onParent,
     };
 
     static void onToplevel(void *data, zwlr_foreign_toplevel_manager_v1 *,
@@ -520,6 +531,9 @@ bool WaylandRunningApplications::activateWindows(const QList<quint32> &windows)
     //    programs it starts (GioAppLauncher), which present them for their first window; a
     //    program that is already running has no way to receive one from Kelp.
     //  - KWin honours the plasma window's active state.
+    // A fullscreen window of another application on the same output hides the ones asked for, and
+    // sway will not focus a hidden window: it leaves fullscreen first.
+    unsetFullscreenOver(windows);
     // Last to first, so the application's first window ends up in front; the compositor brings
     // minimised ones back.
     bool sent = false;
@@ -546,6 +560,30 @@ bool WaylandRunningApplications::activateWindows(const QList<quint32> &windows)
     if (!_display || _display->isBroken()) return false;
     _display->flush();
     return sent;
+}
+
+void WaylandRunningApplications::unsetFullscreenOver(const QList<quint32> &windows)
+{
+    if (_source != Source::WlrForeignToplevel ||
+        _boundVersion < ZWLR_FOREIGN_TOPLEVEL_HANDLE_V1_UNSET_FULLSCREEN_SINCE_VERSION)
+        return;
+    std::set<wl_output *> outputs;
+    for (quint32 id : windows) {
+        if (const Toplevel *toplevel = toplevelById(id))
+            outputs.insert(toplevel->outputs.begin(), toplevel->outputs.end());
+    }
+    for (const auto &toplevel : _toplevels) {
+        if (!toplevel->wlr || !toplevel->current.fullscreen || windows.contains(toplevel->id))
+            continue;
+        const bool sameOutput =
+            std::any_of(toplevel->outputs.begin(), toplevel->outputs.end(),
+                        [&](wl_output *output) { return outputs.count(output) != 0; });
+        if (!sameOutput) continue;
+        qCDebug(lcPlatform) << "Toplevel" << toplevel->id
+                            << "leaves fullscreen for the window "
+                               "brought forward";
+        zwlr_foreign_toplevel_handle_v1_unset_fullscreen(toplevel->wlr);
+    }
 }
 
 void WaylandRunningApplications::setWindowsMinimised(const QList<quint32> &windows, bool minimised)

@@ -17,8 +17,10 @@
 #include "platform/gio/DesktopEntryIndex.h"
 
 #include <memory>
+#include <set>
 #include <vector>
 
+struct wl_output;
 struct wl_registry;
 struct wl_seat;
 struct zwlr_foreign_toplevel_manager_v1;
@@ -59,6 +61,8 @@ public:
     // of them is known any more, no seat, the compositor gone).
     bool activateWindows(const QList<quint32> &windows);
     void setWindowsMinimised(const QList<quint32> &windows, bool minimised);
+    // Takes out of fullscreen the other toplevels that cover these windows' outputs (wlroots).
+    void unsetFullscreenOver(const QList<quint32> &windows);
     void closeWindows(const QList<quint32> &windows);
     // Whether any of them is not minimised.
     bool anyWindowShown(const QList<quint32> &windows) const;
@@ -74,6 +78,7 @@ private:
         qint64 pid = 0;
         bool activated = false;
         bool minimised = false;
+        bool fullscreen = false;
         bool hasParent = false;
         bool skipTaskbar = false;
     };

@@ -127,8 +127,8 @@ TEST_F(WaylandActivation, ReturnOnARunningApplicationBringsItsWindowForward)
 {
     startWindow(amber, QStringLiteral("#ffbf00"), kAmber);
     startWindow(blue, QStringLiteral("#0000ff"), kBlue);
-    // Side by side: sway refuses to focus a window a fullscreen one hides.
-    SwaySession::instance().swaymsg({QStringLiteral("fullscreen"), QStringLiteral("disable")});
+    // The blue window is fullscreen over the amber one: sway focuses no window a fullscreen one
+    // hides, so bringing amber forward takes blue out of fullscreen.
 
     kelp.setProcessChannelMode(QProcess::MergedChannels);
     QProcessEnvironment logging = env;
