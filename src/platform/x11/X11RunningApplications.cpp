@@ -328,6 +328,7 @@ QImage X11RunningApplications::windowIcon(quint32 window)
         }
         xcb_ewmh_get_wm_icon_reply_wipe(&reply);
     }
+    scheduleRead(); // the round trip may have queued events the notifier will not see
     _icons.insert(window, best);
     return best;
 }
