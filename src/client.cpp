@@ -30,8 +30,19 @@ int main(int argc, char **argv)
     char folder[PATH_MAX];
     const std::string currentFolder = ::getcwd(folder, sizeof folder) ? folder : "";
     if (const std::optional<std::string> line = kelp::quick::requestLine(arguments, currentFolder))
-        if (const std::optional<std::string> socket = kelp::quick::socketPath())
-            if (kelp::quick::send(*socket, *line, 3000)) return 0;
+        if (const std::optional<std::string> socket = kelp::quick::socketPath()) {
+            switch (kelp::quick::send(*socket, *line, 3000)) {
+            case kelp::quick::Delivery::Taken:
+                return 0;
+            case kelp::quick::Delivery::Unanswered:
+                // Handing it over again (through the whole program) would do it twice.
+                std::fprintf(stderr, "kelp: the running Kelp has the request but did not answer "
+                                     "within 3 s.\n");
+                return 1;
+            case kelp::quick::Delivery::NotTaken:
+                break;
+            }
+        }
 
     // The whole program keeps the name it was called by, so that it shows as `kelp` and finds its
     // own files as before.

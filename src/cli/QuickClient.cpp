@@ -158,14 +158,14 @@ std::optional<std::string> socketPath()
     return std::string(runtime) + "/kelp-" + std::to_string(::getuid()) + ".socket";
 }
 
-bool send(const std::string &path, const std::string &line, int timeoutMs)
+Delivery send(const std::string &path, const std::string &line, int timeoutMs)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path.size() >= sizeof address.sun_path) return false;
+    if (path.size() >= sizeof address.sun_path) return Delivery::NotTaken;
     std::memcpy(address.sun_path, path.data(), path.size());
     const int fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return false;
+    if (fd < 0) return Delivery::NotTaken;
     struct Closer
     {
         int fd;
@@ -174,7 +174,7 @@ bool send(const std::string &path, const std::string &line, int timeoutMs)
     // A local connect succeeds at once while the listener's backlog has room, and fails at once
     // when nobody listens.
     if (::connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
-        return false;
+        return Delivery::NotTaken;
 
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     const auto waitFor = [&](short events) {
@@ -191,25 +191,26 @@ bool send(const std::string &path, const std::string &line, int timeoutMs)
     };
     size_t sent = 0;
     while (sent < line.size()) {
-        if (!waitFor(POLLOUT)) return false;
+        if (!waitFor(POLLOUT)) return Delivery::NotTaken;
         const ssize_t n = ::send(fd, line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
-        if (n < 0 && errno != EINTR && errno != EAGAIN) return false;
+        if (n < 0 && errno != EINTR && errno != EAGAIN) return Delivery::NotTaken;
         if (n > 0) sent += static_cast<size_t>(n);
     }
-    // The running Kelp answers "ok" once it has taken the request.
+    // The running Kelp answers "ok" once it has taken the request. From here on the request is
+    // Kelp's: a late answer must not make the caller send it a second time.
     std::string answer;
     while (answer.find('\n') == std::string::npos && answer.size() < 64) {
-        if (!waitFor(POLLIN)) return false;
+        if (!waitFor(POLLIN)) return Delivery::Unanswered;
         char buffer[64];
         const ssize_t n = ::recv(fd, buffer, sizeof buffer, 0);
         if (n == 0) break;
         if (n < 0) {
             if (errno == EINTR || errno == EAGAIN) continue;
-            return false;
+            return Delivery::Unanswered;
         }
         answer.append(buffer, static_cast<size_t>(n));
     }
-    return answer.substr(0, answer.find('\n')) == "ok";
+    return answer.substr(0, answer.find('\n')) == "ok" ? Delivery::Taken : Delivery::Unanswered;
 }
 
 std::string wholeProgram(const std::string &clientPath, const std::vector<std::string> &candidates)

@@ -25,8 +25,15 @@ std::optional<std::string> requestLine(const std::vector<std::string> &arguments
 // $XDG_RUNTIME_DIR when that is a folder of this user's alone (mode 0700). Nothing otherwise.
 std::optional<std::string> socketPath();
 
-// Hands the line to the Kelp listening at `path`; true when it answered that it took it.
-bool send(const std::string &path, const std::string &line, int timeoutMs);
+// What became of a request handed to the running Kelp.
+enum class Delivery {
+    NotTaken,   // nobody listens, or the line could not be written whole: nothing happened
+    Taken,      // the running Kelp answered that it took it
+    Unanswered, // the whole line went, but no answer came in time: it may yet act on it
+};
+
+// Hands the line to the Kelp listening at `path`.
+Delivery send(const std::string &path, const std::string &line, int timeoutMs);
 
 // A path with "." and ".." parts and repeated slashes taken out (a trailing slash kept).
 std::string cleanPath(const std::string &path);

@@ -9,6 +9,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QLocalServer>
+#include <QLocalSocket>
 #include <QTemporaryDir>
 
 #include <thread>
@@ -95,7 +97,24 @@ TEST(QuickClient, TalksOnlyToThisUsersKelpInAPrivateRuntimeFolder)
     EXPECT_EQ(QString::fromStdString(*path), SingleInstance::socketPath());
 
     // Nobody listens: the request is not taken, at once.
-    EXPECT_FALSE(quick::send(*path, "{\"command\":\"toggle\",\"files\":[]}\n", 3000));
+    const std::string toggle = "{\"command\":\"toggle\",\"files\":[]}\n";
+    EXPECT_EQ(quick::send(*path, toggle, 3000), quick::Delivery::NotTaken);
+
+    // A listener that takes the line and never answers (a Kelp busy past the client's patience):
+    // the request is its own now, so the client must not hand it over a second time.
+    {
+        QLocalServer silent;
+        ASSERT_TRUE(silent.listen(QString::fromStdString(*path)));
+        quick::Delivery delivery = quick::Delivery::Taken;
+        std::thread client([&]() { delivery = quick::send(*path, toggle, 300); });
+        EXPECT_TRUE(waitUntil([&]() { return silent.hasPendingConnections(); }));
+        QLocalSocket *connection = silent.nextPendingConnection();
+        client.join();
+        EXPECT_EQ(delivery, quick::Delivery::Unanswered);
+        ASSERT_TRUE(connection);
+        EXPECT_TRUE(waitUntil([&]() { return connection->canReadLine(); }));
+        EXPECT_EQ(connection->readLine(), QByteArray::fromStdString(toggle));
+    }
 
     // A running Kelp takes it, and says so.
     SingleInstance instance;
@@ -103,13 +122,13 @@ TEST(QuickClient, TalksOnlyToThisUsersKelpInAPrivateRuntimeFolder)
     QList<InstanceRequest> received;
     QObject::connect(&instance, &SingleInstance::requestReceived,
                      [&](const InstanceRequest &r) { received.append(r); });
-    bool sent = false;
+    quick::Delivery sent = quick::Delivery::NotTaken;
     std::thread client([&]() {
         sent = quick::send(*path, *quick::requestLine({"kelp", "a \"b\".txt"}, "/home/u"), 3000);
     });
     EXPECT_TRUE(waitUntil([&]() { return received.count() == 1; }));
     client.join();
-    EXPECT_TRUE(sent);
+    EXPECT_EQ(sent, quick::Delivery::Taken);
     ASSERT_EQ(received.count(), 1);
     const InstanceRequest &request = received.first();
     EXPECT_EQ(request.command, QStringLiteral("open"));
