@@ -56,7 +56,10 @@ public:
                 up = QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
                      reachable(candidate);
             }
-            if (up) {
+            // Another test program's Xvfb may hold this number: ours then exits at once, while
+            // the socket and the server answering are the other's. Only a server still running
+            // is ours.
+            if (up && xvfb.state() == QProcess::Running) {
                 display = candidate;
             } else {
                 xvfb.kill();
