@@ -272,8 +272,10 @@ TEST_F(X11DesktopTest, OddWindowsAreMatchedByClassOrLeftOut)
     // A process that exited: spawn one and let it end, so its number names nobody.
     QProcess gone;
     gone.start(QStringLiteral("/bin/true"), {});
+    gone.waitForStarted();
+    const qint64 deadPid = gone.processId();
     gone.waitForFinished();
-    const qint64 deadPid = gone.processId() ? gone.processId() : 999999;
+    ASSERT_GT(deadPid, 0);
 
     const xcb_window_t unnamed = makeWindow(nullptr, 0); // nothing to go by, for now
     makeWindow("Unknown", 0);                            // a class nobody claims, no process

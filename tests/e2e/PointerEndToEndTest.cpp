@@ -404,7 +404,8 @@ protected:
                             XSession::reachable(candidate));
                 },
                 30000);
-            if (up && bare.state() == QProcess::Running) {
+            if (up && bare.state() == QProcess::Running &&
+                XSession::holdsLock(n, bare.processId())) {
                 bareDisplay = candidate;
             } else {
                 bare.kill();

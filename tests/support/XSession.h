@@ -56,10 +56,10 @@ public:
                 up = QFile::exists(QStringLiteral("/tmp/.X11-unix/X%1").arg(n)) &&
                      reachable(candidate);
             }
-            // Another test program's Xvfb may hold this number: ours then exits at once, while
-            // the socket and the server answering are the other's. Only a server still running
-            // is ours.
-            if (up && xvfb.state() == QProcess::Running) {
+            // Another test program's Xvfb may hold this number: ours then exits soon (on a busy
+            // machine, after the socket has already answered), while the socket and the server
+            // are the other's. The server's lock file names the process that holds the number.
+            if (up && xvfb.state() == QProcess::Running && holdsLock(n, xvfb.processId())) {
                 display = candidate;
             } else {
                 xvfb.kill();
@@ -125,6 +125,15 @@ public:
         openbox.waitForFinished(3000);
         xvfb.terminate();
         if (!xvfb.waitForFinished(3000)) xvfb.kill();
+    }
+
+    static bool holdsLock(int number, qint64 pid)
+    {
+        QFile lock(QStringLiteral("/tmp/.X%1-lock").arg(number));
+        if (!lock.open(QIODevice::ReadOnly)) return false;
+        bool ok = false;
+        const qint64 owner = lock.readAll().trimmed().toLongLong(&ok);
+        return ok && pid > 0 && owner == pid;
     }
 
     static bool reachable(const QString &name)

@@ -85,6 +85,7 @@ X11RunningApplications::X11RunningApplications(const QByteArray &displayName, QO
 
     refreshClientList();
     refreshActiveWindow();
+    scheduleRead(); // events that came during those round trips wait in xcb's queue
 }
 
 X11RunningApplications::~X11RunningApplications() = default;
