@@ -26,6 +26,23 @@ for file in usr/bin/kelp usr/libexec/kelp/kelp usr/share/applications/kelp.deskt
     fi
 done
 desktop-file-validate "$root/usr/share/applications/kelp.desktop" || status=1
+
+# The desktop entry must start the whole program by its full path where the install put it (KDE
+# Plasma shows its window list only to the program an installed entry names so): in the package,
+# and in an install under another prefix.
+check_exec() { # ENTRY ROOT EXPECTED
+    local program
+    program=$(sed -n 's/^Exec=\([^ ]*\).*/\1/p' "$1" | head -n 1)
+    if [ "$program" != "$3" ] || [ ! -x "$2$program" ]; then
+        echo "package: $1 starts '$program', not the installed $3"
+        status=1
+    fi
+}
+check_exec "$root/usr/share/applications/kelp.desktop" "$root" /usr/libexec/kelp/kelp
+other=$(mktemp -d)
+trap 'rm -rf "$root" "$other"' EXIT
+DESTDIR="$other" cmake --install . --prefix /opt/kelp >/dev/null
+check_exec "$other/opt/kelp/share/applications/kelp.desktop" "$other" /opt/kelp/libexec/kelp/kelp
 depends=$(dpkg-deb -f "$deb" Depends)
 for needed in libqt6widgets6 libplist3 libglib2.0-0 libqt6svg6; do
     case "$depends" in

@@ -124,9 +124,14 @@ struct Listeners
     static void motion(void *, wl_pointer *, uint32_t, wl_fixed_t, wl_fixed_t) {}
     static void button(void *, wl_pointer *, uint32_t, uint32_t, uint32_t, uint32_t) {}
     static void axis(void *, wl_pointer *, uint32_t, uint32_t, wl_fixed_t) {}
-    // The seat is bound at version 1: the later pointer events never come.
-    static constexpr wl_pointer_listener pointer = {enter,   leave,   motion,  button,  axis,
-                                                    nullptr, nullptr, nullptr, nullptr, nullptr};
+    // The seat is bound at version 1, so the later pointer events should never come; a compositor
+    // that sends them anyway must not end Kelp (libwayland aborts on an event without a handler).
+    static void frame(void *, wl_pointer *) {}
+    static void axisSource(void *, wl_pointer *, uint32_t) {}
+    static void axisStop(void *, wl_pointer *, uint32_t, uint32_t) {}
+    static void axisStep(void *, wl_pointer *, uint32_t, int32_t) {}
+    static constexpr wl_pointer_listener pointer = {
+        enter, leave, motion, button, axis, frame, axisSource, axisStop, axisStep, axisStep};
 
     static void dataOffer(void *data, wl_data_device *, wl_data_offer *offer)
     {

@@ -179,11 +179,15 @@ struct WaylandRunningApplications::PlasmaListeners
     {
         static_cast<Toplevel *>(data)->pending.pid = pid;
     }
-    // Events up to the process; later ones are of versions Kelp does not bind.
+    // Events of versions Kelp does not bind still come from KWin 5.27 (it sends a window's
+    // virtual desktops to a version 5 client), and libwayland ends the program on an event without
+    // a handler: every slot has one.
+    static void onText(void *, org_kde_plasma_window *, const char *) {}
+    static void onMenu(void *, org_kde_plasma_window *, const char *, const char *) {}
     static constexpr org_kde_plasma_window_listener windowListener = {
         onTitle,        onAppId,  onState,    onDesktop,     onIconName, onUnmapped,
-        onInitialState, onParent, onGeometry, onIconChanged, onPid,      nullptr,
-        nullptr,        nullptr,  nullptr,    nullptr,       nullptr,
+        onInitialState, onParent, onGeometry, onIconChanged, onPid,      onText,
+        onText,         onMenu,   onText,     onText,        onText,
     };
 
     static void onShowDesktop(void *, org_kde_plasma_window_management *, uint32_t) {}
@@ -199,8 +203,14 @@ struct WaylandRunningApplications::PlasmaListeners
             self->toplevelUpdated(&toplevel);
         }
     }
+    static void onStacking(void *, org_kde_plasma_window_management *, wl_array *) {}
+    static void onStackingUuids(void *, org_kde_plasma_window_management *, const char *) {}
+    static void onWindowWithUuid(void *, org_kde_plasma_window_management *, uint32_t, const char *)
+    {
+        // Sent beside `window` from version 13 on, which Kelp does not bind.
+    }
     static constexpr org_kde_plasma_window_management_listener managerListener = {
-        onShowDesktop, onWindow, nullptr, nullptr, nullptr};
+        onShowDesktop, onWindow, onStacking, onStackingUuids, onWindowWithUuid};
 };
 
 // --- ext_foreign_toplevel_list_v1 -------------------------------------------------------------
@@ -293,6 +303,15 @@ WaylandRunningApplications::WaylandRunningApplications(
     } else {
         qCInfo(lcPlatform) << "The compositor shares no window list; the running group stays "
                               "empty and says so";
+        if (qEnvironmentVariable("XDG_CURRENT_DESKTOP")
+                .split(QLatin1Char(':'))
+                .contains(QLatin1String("KDE"), Qt::CaseInsensitive))
+            qCInfo(lcPlatform).noquote()
+                << "KDE Plasma shares its window list only with a program whose installed "
+                   "desktop entry starts it by its full path and names "
+                   "org_kde_plasma_window_management in X-KDE-Wayland-Interfaces; Kelp's "
+                   "installed entry does (this program is"
+                << QCoreApplication::applicationFilePath() + QLatin1Char(')');
         return;
     }
     // The toplevels that exist already (KWin's windows answer their own get_window on the next).
