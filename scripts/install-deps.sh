@@ -10,7 +10,7 @@ packages=(
     libxcb1-dev libxcb-ewmh-dev libxcb-icccm4-dev libxcb-xfixes0-dev xvfb openbox xterm x11-apps
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev trayer
     sway grim wtype libwlroots-examples weston qt6-wayland qt6-wayland-dev wayland-protocols
-    libwayland-dev libwayland-bin qt6-base-private-dev plasma-wayland-protocols xwayland mutter
+    libwayland-dev libwayland-bin qt6-base-private-dev plasma-wayland-protocols xwayland mutter kwin-wayland
     libxcb-keysyms1-dev libxcb-xkb-dev libxcb-xinput-dev libxcb-xtest0-dev trayer
     x11-utils x11-xserver-utils xdotool imagemagick picom dbus-daemon dbus-bin xsettingsd
     desktop-file-utils dpkg-dev xdg-desktop-portal
