@@ -95,10 +95,12 @@ TEST_F(X11DesktopTest, LaunchFrontSwitchHideShowAndQuit)
     // Two terminals told apart by their window class (xclock and xeyes take no focus, so the
     // window manager never puts them in front).
     const QString one = entry(QStringLiteral("zz-one.desktop"),
-                              "Name=One\nExec=xterm -class KelpOne -geometry 40x5+0+0\n"
+                              "Name=One\nExec=xterm -class KelpOne -geometry 40x5+0+0 -e "
+                              "sleep 600\n"
                               "StartupWMClass=KelpOne\n");
     const QString two = entry(QStringLiteral("org.example.Two.desktop"),
-                              "Name=Two\nExec=xterm -class KelpTwo -geometry 40x5+0+200\n"
+                              "Name=Two\nExec=xterm -class KelpTwo -geometry 40x5+0+200 -e "
+                              "sleep 600\n"
                               "StartupWMClass=KelpTwo\n");
     useEntries({one, two});
 
@@ -130,12 +132,18 @@ TEST_F(X11DesktopTest, LaunchFrontSwitchHideShowAndQuit)
     oneApp->show();
     ASSERT_TRUE(waitUntil([&]() { return oneApp->isVisible(); }));
 
-    // Polite quits: each program closes its own window and leaves group 0 and the history. The
-    // program takes its time: xterm hangs up its shell and waits for it, which took about 10 s
-    // once on a loaded machine, Kelp's request having gone at once (its log says when).
+    // Polite quits: each program closes its own window and leaves group 0 and the history. xterm
+    // hangs up its child and waits for it to end; the child is a plain `sleep`, since a shell
+    // still starting took up to 30 s. Should it fail, the server's client list and the process
+    // tell a program that did not close from a close Kelp did not see.
     catalogue->quitApp(twoApp);
     ASSERT_TRUE(waitUntil([&]() { return group0() == QStringList{one}; }, 30000))
-        << group0().join(' ').toStdString();
+        << group0().join(' ').toStdString() << "\nTwo's process (" << pid << ") "
+        << (::kill(static_cast<pid_t>(pid), 0) == 0 ? "still runs" : "has ended")
+        << "; the window manager's client list: "
+        << runTool(QProcessEnvironment::systemEnvironment(), QStringLiteral("xprop"),
+                   {QStringLiteral("-root"), QStringLiteral("_NET_CLIENT_LIST")})
+               .toStdString();
     EXPECT_FALSE(paths(catalogue->frontApps()).contains(two));
     EXPECT_FALSE(catalogue->isAppRunning(twoApp));
     oneApp->quit();
