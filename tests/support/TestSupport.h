@@ -86,4 +86,13 @@ inline bool waitUntil(const std::function<bool()> &predicate, int timeoutMs = 10
     return true;
 }
 
+// Ends a process a test started: politely, then not.
+inline void endProcess(QProcess &process)
+{
+    if (process.state() == QProcess::NotRunning) return;
+    process.terminate();
+    if (!process.waitForFinished(5000)) process.kill();
+    process.waitForFinished(3000);
+}
+
 } // namespace kelp::test

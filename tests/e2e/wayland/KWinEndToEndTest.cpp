@@ -23,14 +23,6 @@
 namespace kelp::test {
 namespace {
 
-void end(QProcess &process)
-{
-    if (process.state() == QProcess::NotRunning) return;
-    process.terminate();
-    if (!process.waitForFinished(5000)) process.kill();
-    process.waitForFinished(3000);
-}
-
 class WaylandUnderKWin : public ::testing::Test
 {
 protected:
@@ -127,7 +119,7 @@ protected:
     void TearDown() override
     {
         for (QProcess *p : {&colour, &kelp, &kwin, &dbus})
-            end(*p);
+            endProcess(*p);
     }
 
     static SwaySession &session() { return SwaySession::instance(); }
@@ -207,7 +199,7 @@ TEST_F(WaylandUnderKWin, KelpsOwnEntryGetsTheWindowListFollowedByAppIdThroughKWi
     EXPECT_EQ(kelp.state(), QProcess::Running) << log.toStdString();
 
     // Its window closing takes it out of the group.
-    end(colour);
+    endProcess(colour);
     EXPECT_TRUE(waitUntil([&] { return (group = runningGroup()).isEmpty(); }, 20000))
         << group.join(' ').toStdString();
     ASSERT_EQ(kelp.state(), QProcess::Running) << log.toStdString();

@@ -20,15 +20,6 @@
 namespace kelp::test {
 namespace {
 
-// Ends a process the test started: politely, then not.
-void end(QProcess &process)
-{
-    if (process.state() == QProcess::NotRunning) return;
-    process.terminate();
-    if (!process.waitForFinished(5000)) process.kill();
-    process.waitForFinished(3000);
-}
-
 class WaylandUnderMutter : public ::testing::Test
 {
 protected:
@@ -114,7 +105,7 @@ protected:
     void TearDown() override
     {
         for (QProcess *p : {&keyboard, &colour, &kelp, &mutter, &dbus})
-            end(*p);
+            endProcess(*p);
     }
 
     static SwaySession &session() { return SwaySession::instance(); }
@@ -272,7 +263,7 @@ TEST_F(WaylandUnderMutter, MutterGoingAwayEndsKelpWithItsFilesIntact)
     const auto before = keptFiles();
     // Qt's Wayland connection ends the program at once when the compositor goes (status 1); what
     // matters is that it ends, and that every file Kelp keeps was written whole before.
-    end(mutter);
+    endProcess(mutter);
     ASSERT_TRUE(kelp.waitForFinished(15000)) << "Kelp outlived Mutter";
     log += kelp.readAll();
     EXPECT_EQ(kelp.exitStatus(), QProcess::NormalExit) << log.toStdString();

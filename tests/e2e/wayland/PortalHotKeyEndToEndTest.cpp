@@ -65,12 +65,8 @@ protected:
 
     void TearDown() override
     {
-        for (QProcess *p : {&kelp, &portal, &backend, &colour, &bus}) {
-            if (p->state() == QProcess::NotRunning) continue;
-            p->terminate();
-            if (!p->waitForFinished(5000)) p->kill();
-            p->waitForFinished(3000);
-        }
+        for (QProcess *p : {&kelp, &portal, &backend, &colour, &bus})
+            endProcess(*p);
         SwaySession::instance().stop();
     }
 

@@ -87,12 +87,8 @@ protected:
 
     void TearDown() override
     {
-        for (QProcess *p : {&kelp, &amber, &blue}) {
-            if (p->state() == QProcess::NotRunning) continue;
-            p->terminate();
-            if (!p->waitForFinished(5000)) p->kill();
-            p->waitForFinished(3000);
-        }
+        for (QProcess *p : {&kelp, &amber, &blue})
+            endProcess(*p);
         SwaySession::instance().stop();
     }
 

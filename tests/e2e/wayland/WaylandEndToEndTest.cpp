@@ -80,12 +80,8 @@ protected:
 
     void TearDown() override
     {
-        for (QProcess *p : {&kelp, &colour}) {
-            if (p->state() == QProcess::NotRunning) continue;
-            p->terminate();
-            if (!p->waitForFinished(5000)) p->kill();
-            p->waitForFinished(3000);
-        }
+        for (QProcess *p : {&kelp, &colour})
+            endProcess(*p);
         SwaySession::instance().stop();
     }
 
